@@ -1,0 +1,254 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+#include <Kest/Array.hpp>
+#include <Kest/HashSet.hpp>
+#include <Kest/UniString.hpp>
+
+#include <ODB/Association1N.hpp>
+#include <ODB/Ref.hpp>
+
+#include <Lum/IResolvableObjectSet.hpp>
+#include <Lum/Object.hpp>
+#include <Lum/PermissionID.hpp>
+
+#include <AttributeManager/Export.hpp>
+#include <AttributeManager/GeneralAttribute.hpp>
+#include <AttributeManager/GeneralAttributeObserver.hpp>
+#include <AttributeManager/SortMethod.hpp>
+
+namespace ADB {
+
+class AttributeIndex;
+
+/// All attributes of one attribute type in one attribute set.
+///
+/// Invariants: whatever enters through NewAttribute gets an index and a name of its own, letter case ignored
+/// (PutAttribute trusts its caller); the container observes each of its attributes. Ownership: the set owns the
+/// container, the container its attributes; deleting an owner deletes what it owns. Threads: one at a time.
+///
+/// Finding by index or name, adding, renaming, renumbering and deleting cost the same whatever the number of attributes.
+class ADB_API AttributeContainer : public Lum::Object,
+                                   public Lum::IResolvableObjectSet,
+                                   public GeneralAttributeObserver {
+public:
+    using AttributeAssociation = ODB::Association1N<AttributeContainer, GeneralAttribute>;
+
+    /// The fields of a container, without its attributes.
+    class ADB_API IsolatedState : public Lum::Object::IsolatedState {
+    public:
+        IsolatedState() = default;
+        IsolatedState(const IsolatedState&) = default;
+        IsolatedState& operator=(const IsolatedState&) = default;
+
+        LumCB::PermissionID createPermission = LumCB::PermissionID::None;
+        LumCB::PermissionID deleteModifyPermission = LumCB::PermissionID::None;
+        Kest::UniString typeName;
+        unsigned int refId = 0;
+        std::uint64_t lastUpdatedStamp = 0;
+        ODB::Ref<GeneralAttribute> activeAttribute;
+    };
+
+    class AttributeIterator;
+    class AttributeConstIterator;
+
+    AttributeContainer();
+    /// Copies the fields, not the attributes.
+    AttributeContainer(const AttributeContainer& other);
+    /// \param attributeRefId ref id of the type
+    /// \param guid the id wanted; the null GUID, no id space or an id that is taken there gives a fresh one
+    /// \param idSpace where the container lives; null means the default space
+    AttributeContainer(unsigned int attributeRefId, const Kest::Guid& guid, ODB::IdSpace* idSpace,
+                       const Kest::UniString& name, LumCB::PermissionID createPermissionId,
+                       LumCB::PermissionID deleteModifyPermissionId);
+    ~AttributeContainer() override;
+    AttributeContainer& operator=(const AttributeContainer& other);
+
+    static const Kest::ClassInfo* GetClassInfoStatic();
+    static Kest::Object* ConstructorFunction();
+    AttributeContainer* Clone() const override;
+    IsolatedState* CreateIsolatedState() const override;
+    int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
+    /// The active attribute is looked up by its id in the container's own id space.
+    int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
+    std::size_t GetIsolatedSize() const override;
+
+    /// The association that links a container to its attributes and carries their AttributeIndex.
+    static const AttributeAssociation& GetAttributeAssociation();
+
+    /// \name Fields
+    /// @{
+    LumCB::PermissionID GetCreatePermissionID() const override { return createPermission; }
+    LumCB::PermissionID GetDeleteModifyPermissionID() const override { return deleteModifyPermission; }
+    const Kest::UniString& GetTypeName() const noexcept { return typeName; }
+    void SetTypeName(const Kest::UniString& name);
+    /// The ref id of the attribute type.
+    unsigned int GetRefId() const noexcept { return refId; }
+    /// The stamp at which the set last brought the container up to date; 0 when new or reset.
+    std::uint64_t GetContainerLastUpdatedStamp() const noexcept { return lastUpdatedStamp; }
+    void SetContainerLastUpdatedStamp(std::uint64_t stamp);
+    /// @}
+
+    /// \name Looking up
+    /// Names are found in any letter case. What is not found gives a null reference. An index is taken as 16 bits.
+    /// @{
+    ODB::Ref<GeneralAttribute> GetAttribute(unsigned int index) const;
+    ODB::ConstRef<GeneralAttribute> GetConstAttribute(unsigned int index) const;
+    ODB::Ref<GeneralAttribute> GetAttribute(const Kest::UniString& name) const;
+    ODB::ConstRef<GeneralAttribute> GetConstAttribute(const Kest::UniString& name) const;
+
+    /// \returns 0; Error::NotLoadable when the attribute is known but not available; Error::NoSuchIndex
+    int AttributeIndexExist(unsigned int index) const;
+    /// \returns as AttributeIndexExist; \p name is written on 0 only
+    int AttributeIndexToName(unsigned int index, Kest::UniString& name) const;
+    /// \param index receives the index on 0; may be null. \returns 0, or Error::NoSuchName
+    int AttributeNameToIndex(const Kest::UniString& name, short* index) const;
+
+    unsigned int GetAttributeNumber() const noexcept;
+    /// The largest index, 0 when there is none above 0.
+    short GetAttributeMaximumIndex() const noexcept;
+    /// The owning set, null when there is none.
+    ODB::Ref<AttributeSet> GetAttributeSet() const;
+    ODB::ConstRef<AttributeSet> GetConstAttributeSet() const;
+    /// @}
+
+    /// \name Active attribute
+    /// @{
+
+    /// The active attribute; while there is none, the attribute with the lowest index, which does not become active.
+    ODB::Ref<GeneralAttribute> GetActiveAttribute() const;
+    ODB::ConstRef<GeneralAttribute> GetConstActiveAttribute() const;
+
+    /// Makes \p attribute the active one and tells the set's observers (active attribute changed), unless it is the
+    /// active one already. A null or dead reference clears the choice.
+    /// \returns 0, or Error::ForeignAttribute, with nothing changed, when \p attribute is not ours
+    int SetActiveAttribute(const ODB::Ref<GeneralAttribute>& attribute);
+    /// @}
+
+    /// Newest modification stamp of the container and its attributes: a count of changes, not a time.
+    std::uint64_t GetLastAttributeModificationStamp() const;
+
+    /// \name Adding, replacing, deleting
+    /// The container's own operations tell the set's observers nothing of what they add or delete; the set's do.
+    /// @{
+
+    /// Stores a clone of \p source, dated now when \p touch is set, under a free name and a free index, searched upwards
+    /// from its own when \p keepIndex is set, from 1 otherwise. The container owns the clone; \p source stays the
+    /// caller's.
+    /// \returns the clone, or a null reference with nothing left behind
+    ODB::Ref<GeneralAttribute> NewAttribute(ODB::ConstRef<GeneralAttribute> source, bool keepIndex, bool touch);
+
+    /// The same under the identity (\p guid, \p idSpace) and with the index searched from \p hint; the time stays.
+    /// \returns the clone; a null reference, with nothing left behind, also for a null id space, a taken or a null GUID
+    ODB::Ref<GeneralAttribute> NewAttribute(ODB::ConstRef<GeneralAttribute> source, short hint, const Kest::Guid& guid,
+                                            ODB::IdSpace* idSpace);
+
+    /// Overwrites the attribute of \p index with the content of \p source, index and name included, without checks of
+    /// uniqueness. \p changedFields receives the fields that differed; when there are none, nothing is written.
+    /// \returns 0; Error::NotLoadable without such an attribute; Error::WrongCall for a source of another class;
+    /// Error::NullArgument for a null source or mask; Error::MemoryFull with the target's old user data gone at worst
+    int PutAttribute(ODB::ConstRef<GeneralAttribute> source, unsigned int index, FieldMask* changedFields);
+
+    /// Deletes the attribute of \p index. \returns 0, or Error::NotLoadable without one
+    int DeleteAttribute(unsigned int index);
+
+    /// Empties the container, see ResetContainer. \returns 0
+    int DeleteAttributeType();
+
+    /// The first free index of \p hint, \p hint + 1, ..., 32766, then 1, 2, ...; a hint outside 1 to 32766 counts as 1.
+    /// \param taken the indexes in use, the container's own when null
+    /// \returns \p hint itself when all of 1 to 32766 are taken
+    short GenerateUniqueIndex(short hint, const Kest::HashSet<short>* taken) const;
+
+    /// \p base when it is free, letter case ignored, else a numbered name: "Wall (1)", "Wall (2)", ... A blank base
+    /// counts as "Generated Attribute Name (1)".
+    /// \param taken the names in use, in upper case; the container's own when null
+    Kest::UniString GenerateUniqueName(const Kest::UniString& base, const Kest::HashSet<Kest::UniString>* taken) const;
+    /// @}
+
+    /// \name Maintenance
+    /// @{
+
+    /// Gives every attribute whose name, letter case ignored, an earlier one bears a unique name, through SetName.
+    /// \returns 0
+    int CheckContainer();
+
+    /// Clears stamp, active attribute and links. The attributes lose their owner, so the database destroys them: their
+    /// observers hear SourceDestroyed, the set's observers nothing.
+    void ResetContainer();
+
+    /// Observes every attribute, for attributes that came into being without the container.
+    void AttachAttributeObservers();
+
+    /// Hands \p callback to every attribute, in ascending index order.
+    void LookupExternalDataHandlers(ZalUtil::ICBOwnerFound* callback) const;
+    /// Has every attribute remove the user data of \p owners, in ascending index order.
+    void DeleteExternalDataHandlers(const ZalUtil::OwnerList& owners);
+
+    /// Checks the index against the attributes, the links and the observers; for debug builds and tests.
+    bool CheckInvariants() const;
+    /// @}
+
+    /// \name Other id spaces
+    /// @{
+
+    /// Copies the container with its attributes, their order and ids, and the active attribute.
+    /// \returns the copy; what \p target holds under the container's id already; a null reference, with \p target
+    /// unchanged, for a null target, the container's own space, or when the copy cannot be made
+    ODB::Ref<AttributeContainer> CopyToIdSpace(ODB::IdSpace* target) const;
+
+    /// Moves the container with its attributes, unless \p target is null, the own space or holds the container's id.
+    void MoveToIdSpace(ODB::IdSpace* target);
+    /// @}
+
+    /// \name Walking
+    /// What is visited is what the container held at the start; attributes deleted since are left out.
+    /// @{
+    void EnumerateAttributes(const std::function<void(const ODB::Ref<GeneralAttribute>&)>& call) const;
+    void EnumerateConstAttributes(const std::function<void(const ODB::ConstRef<GeneralAttribute>&)>& call) const;
+    void EnumerateAttributes(SortMethod method, SortOrder order,
+                             const std::function<void(const ODB::Ref<GeneralAttribute>&)>& call) const;
+    void EnumerateConstAttributes(SortMethod method, SortOrder order,
+                                  const std::function<void(const ODB::ConstRef<GeneralAttribute>&)>& call) const;
+
+    /// An attribute of the probe's class whose content equals the probe's, name, index, flags and modification time
+    /// left out: the one with the probe's name, else the one with the lowest index; a null reference without one.
+    ODB::ConstRef<GeneralAttribute> FindSimilar(ODB::ConstRef<GeneralAttribute> probe) const;
+
+    /// Has every attribute that refers to an index which \p table changes replace it (ReindAttr), and dates it now. A
+    /// new index of 0, or equal to the old one but for its sign, is no change.
+    /// \param onlyClientCreated leaves the other attributes out
+    /// \param reindexed receives the indexes of the attributes changed; may be null
+    void ReindexAttributeReferences(IAttributeNewIndexTable* table, bool onlyClientCreated,
+                                    Kest::HashSet<short>* reindexed) const;
+    /// @}
+
+    using GeneralAttributeObserver::NameChanged;
+    /// The rename of an attribute through PutAttribute comes by here. Nothing is done.
+    void NameChanged(ODB::Ref<GeneralAttribute> attribute, const Kest::UniString& oldName) override;
+
+private:
+    friend class AttributeKeyChange;
+    friend class GeneralAttribute;
+
+    void AttributeChanged(ODB::ConstRef<GeneralAttribute> attribute, const FieldMask& fields) override;
+    int PutNewAttribute(GeneralAttribute* attribute, unsigned int hint, bool touch);
+    int Take(GeneralAttribute& attribute);
+    void Observe(const ODB::Ref<GeneralAttribute>& attribute);
+    bool Owns(const ODB::Ref<GeneralAttribute>& attribute) const noexcept;
+    ODB::RefList<ODB::Object> GetOwnedObjects() const;
+    AttributeIndex* FindIndex() const noexcept;
+    bool IsNameTaken(const Kest::UniString& name) const;
+
+    LumCB::PermissionID createPermission = LumCB::PermissionID::None;
+    LumCB::PermissionID deleteModifyPermission = LumCB::PermissionID::None;
+    Kest::UniString typeName;
+    unsigned int refId = 0;
+    std::uint64_t lastUpdatedStamp = 0;
+    ODB::Ref<GeneralAttribute> activeAttribute;
+};
+
+}   // namespace ADB

@@ -1,0 +1,283 @@
+#pragma once
+
+#include <cstddef>
+
+#include <Kest/Array.hpp>
+#include <Kest/EventSource.hpp>
+#include <Kest/Guid.hpp>
+#include <Kest/UniString.hpp>
+
+#include <ODB/Ref.hpp>
+
+#include <Lum/IClientCreatableObject.hpp>
+#include <Lum/ILumSpecificDataContainer.hpp>
+#include <Lum/Object.hpp>
+
+#include <ZalUtil/FieldMask.hpp>
+#include <ZalUtil/Owner.hpp>
+
+#include <AttributeManager/Export.hpp>
+#include <AttributeManager/GeneralAttributeObserver.hpp>
+#include <AttributeManager/RegTblData.hpp>
+
+class IUsedAttrCollection;
+class IUsedLibPartCollection;
+
+namespace ADB {
+
+class AttributeContainer;
+class AttributeSet;
+class IAttributeNewIndexTable;
+
+/// The base of every attribute kind: a name, an index, 16 flags, a modification time and user data.
+///
+/// In a container, index and name are unique, letter case of names ignored; SetName and SetIndex see to it. Changes made
+/// by the setters and by SetUserData are announced to the observers. All other operations that change an attribute are
+/// silent; they count as changes of the object all the same, and look-ups see them at once.
+///
+/// A kind derives from this class, overrides GetAttributeTypeId and Clone, and extends Compare, IsEqual, Copy,
+/// Synchronize, the collectors and the state operations by its own fields, calling the versions of this class first.
+class ADB_API GeneralAttribute : public Lum::Object,
+                                 public Kest::EventSource,
+                                 public Lum::ILumSpecificDataContainer,
+                                 public Lum::IClientCreatableObject {
+public:
+    /// The numbers of the general fields in a FieldMask, under the class id of GetFieldClassId.
+    enum Field : int {
+        NameField = 1,
+        IndexField = 2,
+        FlagsField = 3,
+        ModificationTimeField = 4,
+        UserDataField = 5,
+    };
+
+    /// The flags with a meaning of their own; all others belong to the kinds.
+    enum Flag : int {
+        FromPax = 0x0040,         ///< made by a library part's script
+        ClientCreated = 0x0080,   ///< made by a client of a shared project
+        FromMasterPax = 0x0100,   ///< made by a master library part's script
+    };
+
+    /// The content of an attribute without its identity and links.
+    class ADB_API IsolatedState : public Lum::Object::IsolatedState {
+    public:
+        Kest::UniString name;
+        short index = 0;
+        short flags = 0;
+        int modificationTime = 0;
+        RegTblData memo;
+    };
+
+    class NotifyDisableGuard;
+    class UserDataConverter;
+
+    GeneralAttribute();
+    ~GeneralAttribute() override;
+
+    static const Kest::ClassInfo* GetClassInfoStatic();
+
+    IsolatedState* CreateIsolatedState() const override;
+    int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
+    int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
+    std::size_t GetIsolatedSize() const override;
+    int Isolate() override;
+
+    /// The ref id of the kind: a four-character code, most significant character first. The register maps it to the
+    /// short type id.
+    virtual unsigned int GetAttributeTypeId() const = 0;
+
+    /// The fields in which this attribute and \p other, of the same class, differ: names by exact comparison, all
+    /// flags, user data byte by byte. Empty for a null reference.
+    virtual FieldMask Compare(ODB::ConstRef<GeneralAttribute> other) const;
+
+    /// Takes the fields of \p fields from \p other; and, whatever the mask says, its user data when it has any. Makes no
+    /// uniqueness checks. With the name in the mask the observers hear NameChanged with the old name; nothing else is
+    /// announced. Synchronising with itself does nothing.
+    virtual void Synchronize(ODB::ConstRef<GeneralAttribute> other, const FieldMask& fields);
+
+    /// Reports the owners of the user data to \p callback, each once.
+    virtual void LookupExternalDataHandlers(ZalUtil::ICBOwnerFound* callback) const;
+
+    /// Removes the user data of \p owners. Silent.
+    virtual void DeleteExternalDataHandlers(const ZalUtil::OwnerList& owners);
+
+    /// Whether the content is complete. True here.
+    virtual bool CheckAttribute() const;
+
+    /// Completes the content. \returns 0 here
+    virtual int CorrectAttribute();
+
+    virtual bool HasMemoData() const;
+
+    /// Whether the user data of both are one and the same storage. Equal data in separate storage are not the same.
+    virtual bool HasSameMemoData(ODB::ConstRef<GeneralAttribute> other) const;
+
+    /// Replaces the indexes of other attributes that this one refers to by those that \p table gives. Nothing here.
+    virtual void ReindAttr(IAttributeNewIndexTable* table);
+
+    /// Reports the attributes that this one refers to. None here.
+    virtual void CollectUsedAttrs(IUsedAttrCollection& collection) const;
+
+    /// Reports the library parts that this one uses. None here.
+    virtual void CollectUsedLibPartNames(IUsedLibPartCollection& collection) const;
+
+protected:
+    /// Tells one observer of the fields in \p fields. A kind calls this version, then adds calls for its own fields.
+    virtual void Notify(Kest::EventObserver* observer, const FieldMask* fields) const;
+
+    /// Takes the content of \p other, its user data only when it has some. Silent; nothing for a null reference.
+    virtual void Copy(ODB::ConstRef<GeneralAttribute> other);
+
+public:
+    /// Empties the user data. Silent. \returns 0
+    virtual int Destruct();
+
+    /// Whether the content is equal: the client-created flag left out, user data by identity of their storage.
+    virtual bool IsEqual(ODB::ConstRef<GeneralAttribute> other) const;
+
+    /// Whether the kind was made by the user rather than supplied. False here.
+    virtual bool IsCustom() const;
+
+    /// Removes the client-created flag, announcing the flags.
+    void ClearLumSpecificData() override;
+    bool IsClientCreated() const override;
+    /// Silent.
+    void SetClientCreated(bool clientCreated) override;
+
+    /// \name Content
+    /// @{
+    const Kest::UniString& GetName() const noexcept { return name; }
+    /// The name in the system code page, cut at a whole character, with a zero inside \p size bytes. A null buffer or a
+    /// size below 1 writes nothing.
+    void GetName(char* buffer, int size) const;
+    /// At most \p size / 2 units of the name, \p size in bytes; a zero follows only when there is room.
+    void GetName(unsigned short* buffer, int size) const;
+    short GetIndex() const noexcept { return index; }
+    short GetFlags() const noexcept { return flags; }
+    /// In seconds since 2000-01-01 00:00 UTC.
+    int GetModificationTime() const noexcept { return modificationTime; }
+    /// The GUID of the object's id, the null GUID without one.
+    Kest::Guid GetGuid() const;
+    bool IsFromPax() const noexcept { return (flags & FromPax) != 0; }
+    bool IsFromMasterPax() const noexcept { return (flags & FromMasterPax) != 0; }
+    /// Whether the flags in common with \p mask make a positive 16-bit number: bit 15 alone, or with others, is none.
+    bool IsSameFlags(short mask) const noexcept { return static_cast<short>(flags & mask) > 0; }
+    /// A passing mark for the host's own use: never stored, compared or announced.
+    bool IsDisabled() const noexcept { return disabledMark; }
+    void MarkDisabled(bool disabled) const noexcept { disabledMark = disabled; }
+    /// @}
+
+    /// \name Setters
+    /// Each does nothing when the value stays, else announces its one field.
+    /// @{
+
+    /// Renames. Before the announcement every observer hears NameChanged with the old name.
+    /// \returns 0, or Error::RenameClash with nothing changed, and a line in the log, when another attribute of the
+    /// container has the name, letter case ignored. Outside a container any name is accepted.
+    int SetName(const Kest::UniString& newName);
+
+    /// Renumbers. \returns 0, or Error::ReindexClash with nothing changed, and a line in the log, when another attribute
+    /// of the container has the index. Outside a container any index is accepted.
+    int SetIndex(short newIndex);
+
+    void SetFlags(short newFlags);
+    /// Sets \p bits when none of them is set; otherwise does nothing at all.
+    void AddPropertyToFlags(short bits);
+    /// Clears \p bits when any of them is set.
+    void RemovePropertyFromFlags(short bits);
+    /// \param newTime seconds since 2000-01-01 00:00 UTC
+    void SetModificationTime(const int& newTime);
+    /// Sets the modification time to now.
+    void UpdateModificationTime();
+    /// @}
+
+    /// Empties the name and sets the index to 0. Silent.
+    void Clear();
+
+    /// \name Where the attribute lives
+    /// Null for an attribute that is in no container.
+    /// @{
+    ODB::Ref<AttributeContainer> GetAttributeContainer() const;
+    ODB::ConstRef<AttributeContainer> GetConstAttributeContainer() const;
+    ODB::Ref<AttributeSet> GetAttributeSet() const;
+    ODB::ConstRef<AttributeSet> GetConstAttributeSet() const;
+    /// @}
+
+    /// \name Observers
+    /// The list keeps no observer alive. Attaching an attached observer does nothing.
+    /// @{
+    void Attach(GeneralAttributeObserver& observer);
+    void Detach(GeneralAttributeObserver& observer);
+    /// @}
+
+    /// The class id of the general fields' numbers.
+    static Kest::Guid GetFieldClassId();
+
+    /// \name User data
+    /// Records that other modules attach, one per owner pair.
+    /// @{
+
+    /// Stores the whole of \p data, which stays the caller's, as the record of the owner (\p id1, \p id2), replacing an
+    /// earlier one. Announces field 5.
+    /// \returns 0; Error::NullArgument for a null handle; Error::MemoryFull or Error::WrongCall with nothing changed
+    int SetUserData(unsigned int id1, unsigned int id2, unsigned short platform, short version, unsigned int dataFlags,
+                    char** data);
+
+    /// Gives the record of the owner: \p *data is a new handle that the caller frees; null, with platform and version
+    /// 0, when there is no such record. \p dataFlags may be null.
+    /// \returns 0, also without a record; Error::NullArgument; Error::MemoryFull
+    int GetUserData(unsigned int id1, unsigned int id2, unsigned short* platform, short* version,
+                    unsigned int* dataFlags, char*** data) const;
+
+    /// Removes the record of the owner, if there is one. Silent. \returns 0, or Error::MemoryFull with nothing changed
+    int DeleteUserData(unsigned int id1, unsigned int id2);
+
+    /// The owners of all records, each once, in the order of their first records.
+    Kest::Array<ZalUtil::Owner> GetOwners() const;
+    /// @}
+
+protected:
+    /// For kinds: an attribute with all fields zero or empty, and the record of the kind's class.
+    explicit GeneralAttribute(const Kest::ClassInfo* kindInfo);
+
+    /// Copies the content, the passing mark included; not identity, links, observers, or pending announcements.
+    GeneralAttribute(const GeneralAttribute& other);
+
+    /// Takes the content of \p other. Silent; the next announcement of field 5 tells which user data changed.
+    GeneralAttribute& operator=(const GeneralAttribute& other);
+
+    /// Announces one field.
+    void NotifyObservers(const FieldID& field) const;
+    /// Announces the fields of \p fields; an empty mask reaches Notify alone. Suppressed while a NotifyDisableGuard
+    /// lives: what is suppressed is lost.
+    void NotifyObservers(const FieldMask* fields) const;
+
+    /// Set or clear flags. Silent.
+    void DirectAddFlags(short bits);
+    void DirectRemoveFlags(short bits);
+
+private:
+    friend class AttributeContainer;
+    friend class AttributeKeyChange;
+    friend class AttributeSet;
+    friend struct GeneralAttributeTestAccess;
+
+    void GenerateNewName();
+    void TellOldName(const Kest::UniString& oldName);
+    void AnnounceFlags(short newFlags);
+    void NotifyUserDataChanged(GeneralAttributeObserver& observer) const;
+    void TakeSnapshot(char** snapshot) noexcept;
+    int ReplaceMemo(char** table);
+    RegTblData ConvertRegMemo() const;
+
+    Kest::UniString name;
+    short index = 0;
+    short flags = 0;
+    int modificationTime = 0;
+    RegTblData memo;
+    mutable char** previousMemo = nullptr;   // copy of the table before a change of user data, until it is announced
+    short reservedShort = 0;                 // carried by old streams
+    mutable bool disabledMark = false;
+};
+
+}   // namespace ADB

@@ -1,0 +1,183 @@
+#include <ODB/IdSpace.hpp>
+
+#include <utility>
+#include <vector>
+
+#include <ODB/Database.hpp>
+
+#include "Links.hpp"
+#include "RecordTable.hpp"
+#include "Records.hpp"
+
+namespace ODB {
+namespace {
+
+IdSpace* inputSpace = nullptr;
+
+}   // namespace
+
+IdSpace::IdSpace() : records(std::make_unique<RecordTable>()) {
+}
+
+IdSpace::IdSpace(const Kest::UniString& spaceName) : name(spaceName), records(std::make_unique<RecordTable>()) {
+}
+
+IdSpace::~IdSpace() {
+    // Deleting one object may delete others and move the rest about in the table: look at the same slot again.
+    for (std::size_t slot = 0; slot < records->GetSlotCount();) {
+        ObjectInfo* const record = records->GetSlot(slot);
+        if (record != nullptr && record->IsAlive() && (record->stamp & ObjectInfo::ManagedFlag) != 0)
+            Database::DeleteObject(Ref<Object>(record));
+        else
+            ++slot;
+    }
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
+        if (ObjectInfo* const record = records->GetSlot(slot)) {
+            record->space = nullptr;
+            if (record->IsAlive())
+                record->id = NullId;
+        }
+}
+
+bool IdSpace::Contains(const Id& id) const noexcept {
+    const ObjectInfo* const record = FindRecord(id);
+    return record != nullptr && record->IsAlive();
+}
+
+Ref<Object> IdSpace::Find(const Id& id) const noexcept {
+    return Contains(id) ? Ref<Object>(FindRecord(id)) : Ref<Object>();
+}
+
+ConstRef<Object> IdSpace::FindConst(const Id& id) const noexcept {
+    return Contains(id) ? ConstRef<Object>(FindRecord(id)) : ConstRef<Object>();
+}
+
+std::size_t IdSpace::GetObjectCount() const noexcept {
+    std::size_t count = 0;
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
+        if (const ObjectInfo* const record = records->GetSlot(slot))
+            count += record->IsAlive() ? 1 : 0;
+    return count;
+}
+
+void IdSpace::EnumerateObjects(const std::function<void(const Ref<Object>&)>& call) const {
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
+        if (ObjectInfo* const record = records->GetSlot(slot))
+            if (record->IsAlive())
+                call(Ref<Object>(record));
+}
+
+bool IdSpace::MoveObject(const Ref<Object>& object) {
+    ObjectInfo& record = *object.GetInfo();
+    if (!record.IsAlive() || record.space == nullptr)
+        return false;
+    if (record.space == this)
+        return true;
+    const Id id = record.GetId();
+    ObjectInfo* const taken = FindRecord(id);
+    if (taken != nullptr && taken->IsAlive())
+        return false;
+    records->Reserve(records->GetSize() + 1);
+    record.space->Leave(record);
+    if (taken == nullptr)
+        Enter(record, id);
+    else
+        taken->TakeOver(record);
+    return true;
+}
+
+void IdSpace::ReidentifyAllObjects(Kest::HashTable<Id, Id>* oldToNew) {
+    std::vector<ObjectInfo*> living;
+    RecordTable fresh;
+    fresh.Reserve(records->GetSize());
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
+        if (ObjectInfo* const record = records->GetSlot(slot)) {
+            if (record->IsAlive())
+                living.push_back(record);
+            else
+                fresh.Insert(*record);
+        }
+    Kest::HashTable<Id, Id> pairs;
+    pairs.Reserve(living.size());
+    for (const ObjectInfo* const record : living)
+        pairs.Add(record->id, MakeFreeId());
+    for (ObjectInfo* const record : living) {
+        record->id = *pairs.Find(record->id);
+        record->Stamp();
+        fresh.Insert(*record);
+    }
+    *records = std::move(fresh);
+    if (oldToNew != nullptr)
+        *oldToNew = std::move(pairs);
+}
+
+bool IdSpace::CheckInvariants() const {
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot) {
+        ObjectInfo* const record = records->GetSlot(slot);
+        if (record == nullptr)
+            continue;
+        if (record->space != this || records->Find(record->id) != record || record->references == 0)
+            return false;
+        const bool badEnd = LinkTable::AnyRight(*record, [record](const LinkList& list, std::uint32_t) {
+            return LinkTable::FindPlace(*record, list) == nullptr || !list.GetLeft().IsAlive();
+        });
+        if (badEnd || (record->links != 0 && !record->IsAlive()))
+            return false;
+        if (const LinkTable* const table = LinkTable::Find(*record))
+            for (const auto& list : table->lists)
+                if (&list->GetLeft() != record || !list->CheckInvariants())
+                    return false;
+    }
+    return true;
+}
+
+ObjectInfo& IdSpace::GetRecord(const Id& id) {
+    if (ObjectInfo* const record = FindRecord(id))
+        return *record;
+    records->Reserve(records->GetSize() + 1);
+    ObjectInfo& record = *GetRecordPool().Make();
+    Enter(record, id);
+    return record;
+}
+
+ObjectInfo* IdSpace::FindRecord(const Id& id) const noexcept {
+    return id.IsNull() ? nullptr : records->Find(id);
+}
+
+void IdSpace::Enter(ObjectInfo& record, const Id& id) {
+    record.id = id;
+    record.space = this;
+    records->Insert(record);
+}
+
+void IdSpace::Leave(ObjectInfo& record) noexcept {
+    records->Remove(record);
+    record.space = nullptr;
+    record.id = NullId;
+}
+
+Id IdSpace::MakeFreeId() const {
+    Id id;
+    do
+        id = Id(Kest::Guid::Generate());
+    while (id.IsNull() || FindRecord(id) != nullptr);
+    return id;
+}
+
+IdSpace::InputScope::InputScope(IdSpace* space) noexcept : previous(std::exchange(inputSpace, space)) {
+}
+
+IdSpace::InputScope::~InputScope() {
+    inputSpace = previous;
+}
+
+IdSpace* GetDefaultIdSpace() {
+    static auto* const space = new IdSpace;   // objects in statics of the host still name it at the very end
+    return space;
+}
+
+IdSpace* GetInputIdSpace() {
+    return inputSpace != nullptr ? inputSpace : GetDefaultIdSpace();
+}
+
+}   // namespace ODB

@@ -1,0 +1,397 @@
+#include "Links.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace ODB {
+namespace {
+
+constexpr std::size_t MinimumGaps = 32;   // a list with fewer gaps is not worth compacting
+
+std::uint32_t PlaceOf(std::uint32_t place) {
+    return place & ~LinkTable::QueuedBit;
+}
+
+}   // namespace
+
+LinkList::LinkList(const Association1NUntyped& listAssociation, ObjectInfo& leftRecord)
+    : association(listAssociation), left(&leftRecord) {
+}
+
+LinkList::~LinkList() {
+    for (auto* walk = walks; walk != nullptr; walk = walk->outer)
+        walk->list = nullptr;
+}
+
+LinkList* LinkList::Find(const ObjectInfo& leftRecord, const Association1NUntyped& association) noexcept {
+    if (LinkTable* const table = LinkTable::Find(leftRecord))
+        for (const auto& list : table->lists)
+            if (&list->association == &association)
+                return list.get();
+    return nullptr;
+}
+
+LinkList& LinkList::Get(ObjectInfo& leftRecord, const Association1NUntyped& association) {
+    if (LinkList* const list = Find(leftRecord, association))
+        return *list;
+    auto list = std::make_unique<LinkList>(association, leftRecord);
+    if (association.indexFactory)
+        list->AttachIndex(association.indexFactory());
+    LinkTable& table = LinkTable::Get(leftRecord);
+    table.lists.push_back(std::move(list));
+    return *table.lists.back();
+}
+
+bool LinkList::IsOwning() const noexcept {
+    return association.GetProperties().Has(AssociationProperty::Ownership);
+}
+
+void LinkList::ReserveOne() {
+    if (entries.size() == entries.capacity() && MayCompact())
+        Compact();
+    if (entries.size() == entries.capacity())
+        entries.reserve(std::max<std::size_t>(4, entries.size() * 2));
+    queue.reserve(entries.capacity());
+    for (const auto& index : indexes)
+        index->Reserve(count + 1);
+}
+
+void LinkList::Append(ObjectInfo& right) noexcept {
+    LinkTable::AddRight(right, *this, static_cast<std::uint32_t>(entries.size()));
+    entries.push_back(&right);
+    ++count;
+}
+
+void LinkList::Remove(ObjectInfo& right) noexcept {
+    const std::uint32_t place = PlaceOf(*LinkTable::FindPlace(right, *this));
+    entries[place] = nullptr;
+    LinkTable::RemoveRight(right, *this);
+    --count;
+    if (MayCompact())
+        Compact();
+}
+
+bool LinkList::MayCompact() const noexcept {
+    return walks == nullptr && !draining && entries.size() > 2 * count + MinimumGaps;
+}
+
+void LinkList::Compact() noexcept {
+    Drain();
+    std::size_t next = 0;
+    for (ObjectInfo* const right : entries)
+        if (right != nullptr) {
+            *LinkTable::FindPlace(*right, *this) = static_cast<std::uint32_t>(next);
+            entries[next++] = right;
+        }
+    entries.resize(next);
+    queue.clear();
+    first = 0;
+}
+
+void LinkList::Move(std::size_t from, std::size_t to) {
+    std::vector<ObjectInfo*> order = GetAll();
+    const auto begin = order.begin();
+    const auto source = begin + static_cast<std::ptrdiff_t>(from);
+    const auto target = begin + static_cast<std::ptrdiff_t>(to);
+    if (from < to)
+        std::rotate(source, source + 1, target + 1);
+    else
+        std::rotate(target, source, source + 1);
+    Arrange(order);
+}
+
+void LinkList::Arrange(const std::vector<ObjectInfo*>& order) {
+    TakeSnapshots();
+    Drain();
+    std::copy(order.begin(), order.end(), entries.begin());
+    entries.resize(order.size());
+    for (std::size_t place = 0; place < entries.size(); ++place)
+        *LinkTable::FindPlace(*entries[place], *this) = static_cast<std::uint32_t>(place);
+    queue.clear();
+    first = 0;
+}
+
+void LinkList::TakeSnapshots() {
+    for (auto* walk = walks; walk != nullptr; walk = walk->outer) {
+        if (walk->snapshot != nullptr)
+            continue;
+        auto rest = std::make_unique<Kest::Array<ObjectInfo*>>();
+        for (std::size_t place = walk->position; place < walk->end; ++place)
+            if (entries[place] != nullptr)
+                rest->Push(entries[place]);
+        for (ObjectInfo* const record : *rest)
+            record->AddReference();   // the walk may outlive what it is to visit
+        walk->snapshot = std::move(rest);
+        walk->position = 0;
+        walk->end = walk->snapshot->GetSize();
+    }
+}
+
+ObjectInfo* LinkList::GetFirst() noexcept {
+    while (first < entries.size() && entries[first] == nullptr)
+        ++first;
+    return first < entries.size() ? entries[first] : nullptr;
+}
+
+ObjectInfo* LinkList::GetAt(std::size_t place) const noexcept {
+    if (place >= count)
+        return nullptr;
+    if (count == entries.size())
+        return entries[place];
+    for (ObjectInfo* const right : entries)
+        if (right != nullptr && place-- == 0)
+            return right;
+    return nullptr;
+}
+
+std::vector<ObjectInfo*> LinkList::GetAll() const {
+    std::vector<ObjectInfo*> all;
+    all.reserve(count);
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(all), [](ObjectInfo* right) { return right; });
+    return all;
+}
+
+void LinkList::Queue(ObjectInfo&, std::uint32_t& place) noexcept {
+    if (!followed || (place & LinkTable::QueuedBit) != 0)
+        return;
+    queue.push_back(place);
+    place |= LinkTable::QueuedBit;
+}
+
+void LinkList::Drain(const ObjectInfo* changing) noexcept {
+    if (queue.empty() || draining)
+        return;
+    draining = true;
+    const auto stampAt = [this](std::uint32_t place) {
+        return entries[place] != nullptr ? entries[place]->GetModificationStamp() : 0;
+    };
+    if (queue.size() > 1)
+        std::sort(queue.begin(), queue.end(),
+                  [&](std::uint32_t one, std::uint32_t other) { return stampAt(one) < stampAt(other); });
+    for (std::size_t turn = 0; turn < queue.size(); ++turn) {   // an index may cause further changes
+        ObjectInfo* const right = entries[queue[turn]];
+        if (right == nullptr)
+            continue;
+        *LinkTable::FindPlace(*right, *this) &= ~LinkTable::QueuedBit;
+        if (right != changing)
+            TellModified(*right);
+    }
+    queue.clear();
+    draining = false;
+    if (indexesStale || IndexesRequireRebuild())
+        Rebuild();
+}
+
+void LinkList::TellCreated(ObjectInfo& right) {
+    std::size_t told = 0;
+    try {
+        for (; told < indexes.size(); ++told)
+            indexes[told]->ObjectCreated(Ref<Object>(&right));
+    } catch (...) {
+        while (told > 0)
+            indexes[--told]->ObjectDeleted(Ref<Object>(&right));
+        throw;
+    }
+}
+
+void LinkList::TellDeleted(ObjectInfo& right) noexcept {
+    for (const auto& index : indexes)
+        index->ObjectDeleted(Ref<Object>(&right));
+}
+
+void LinkList::TellModified(ObjectInfo& right) noexcept {
+    try {
+        for (const auto& index : indexes)
+            if (index->FollowsModifications())
+                index->ObjectModified(Ref<Object>(&right));
+    } catch (...) {
+        indexesStale = true;   // the change stands; the indexes are filled anew before they answer again
+    }
+}
+
+bool LinkList::IndexesRequireRebuild() const {
+    return std::any_of(indexes.begin(), indexes.end(), [](const auto& index) { return index->RequiresRebuild(); });
+}
+
+void LinkList::Rebuild() {
+    try {
+        for (const auto& index : indexes) {
+            index->Clear();
+            for (ObjectInfo* const right : entries)
+                if (right != nullptr)
+                    index->ObjectCreated(Ref<Object>(right));
+        }
+        indexesStale = false;
+    } catch (...) {
+        indexesStale = true;
+    }
+}
+
+void LinkList::AttachIndex(std::unique_ptr<Index> index) {
+    indexes.reserve(indexes.size() + 1);
+    index->ScopeAssigned(Ref<Object>(left));
+    for (ObjectInfo* const right : entries)
+        if (right != nullptr)
+            index->ObjectCreated(Ref<Object>(right));
+    followed = followed || index->FollowsModifications();
+    indexes.push_back(std::move(index));
+}
+
+void LinkList::DetachIndexes() noexcept {
+    Drain();
+    indexes.clear();
+    followed = false;
+}
+
+bool LinkList::CheckInvariants() const {
+    std::size_t live = 0;
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        if (entries[place] == nullptr)
+            continue;
+        ++live;
+        const std::uint32_t* const end = LinkTable::FindPlace(*entries[place], *this);
+        if (place < first || end == nullptr || PlaceOf(*end) != place || !entries[place]->IsAlive())
+            return false;
+    }
+    return live == count && queue.capacity() >= entries.size();
+}
+
+void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept {
+    list.Drain(&right);
+    list.TellDeleted(right);
+    const bool tell = reason != CutReason::Silent && list.GetLeft().IsAlive() &&
+                      list.GetAssociation().GetProperties().Has(AssociationProperty::EventSending);
+    const Ref<Object> left(tell ? &list.GetLeft() : &NullObjectInfo);
+    const ConstRef<Object> rightRef(&right);
+    const Association1NUntyped& association = list.GetAssociation();
+    if (tell && reason == CutReason::RightDeleted)
+        left.GetLogicalConst()->ObjectDeleted(association, rightRef);
+    list.GetLeft().ProcessModificationRequest();
+    list.Remove(right);
+    right.ProcessModificationRequest();
+    if (tell && reason == CutReason::Disconnected)
+        left.GetLogicalConst()->ObjectDisconnected(association, rightRef);
+}
+
+bool IsOwned(ObjectInfo& record) noexcept {
+    return LinkTable::AnyRight(record, [](const LinkList& list, std::uint32_t) { return list.IsOwning(); });
+}
+
+LinkTable* LinkTable::Find(const ObjectInfo& record) noexcept {
+    return (record.links & TableBit) != 0 ? reinterpret_cast<LinkTable*>(record.links & ~TableBit) : nullptr;
+}
+
+LinkTable& LinkTable::Get(ObjectInfo& record) {
+    if (LinkTable* const table = Find(record))
+        return *table;
+    auto table = std::make_unique<LinkTable>();
+    if (record.links != 0)
+        table->rights.push_back({reinterpret_cast<LinkList*>(record.links), record.position});
+    record.links = reinterpret_cast<std::uintptr_t>(table.get()) | TableBit;
+    return *table.release();
+}
+
+void LinkTable::FreeIfEmpty(ObjectInfo& record) noexcept {
+    LinkTable* const table = Find(record);
+    if (table == nullptr || !table->rights.empty() || !table->lists.empty())
+        return;
+    record.links = 0;
+    delete table;
+}
+
+LinkList* LinkTable::FindRight(const ObjectInfo& record, const Association1NUntyped& association) noexcept {
+    if (record.links == 0)
+        return nullptr;
+    if (const LinkTable* const table = Find(record)) {
+        for (const LinkEnd& end : table->rights)
+            if (&end.list->GetAssociation() == &association)
+                return end.list;
+        return nullptr;
+    }
+    auto* const list = reinterpret_cast<LinkList*>(record.links);
+    return &list->GetAssociation() == &association ? list : nullptr;
+}
+
+std::uint32_t* LinkTable::FindPlace(ObjectInfo& record, const LinkList& list) noexcept {
+    if (LinkTable* const table = Find(record)) {
+        for (LinkEnd& end : table->rights)
+            if (end.list == &list)
+                return &end.place;
+        return nullptr;
+    }
+    return record.links == reinterpret_cast<std::uintptr_t>(&list) ? &record.position : nullptr;
+}
+
+void LinkTable::ReserveRight(ObjectInfo& record) {
+    if (record.links == 0)
+        return;
+    LinkTable& table = Get(record);
+    table.rights.reserve(table.rights.size() + 1);
+}
+
+void LinkTable::AddRight(ObjectInfo& record, LinkList& list, std::uint32_t place) noexcept {
+    if (LinkTable* const table = Find(record)) {
+        table->rights.push_back({&list, place});
+        return;
+    }
+    record.links = reinterpret_cast<std::uintptr_t>(&list);
+    record.position = place;
+}
+
+void LinkTable::RemoveRight(ObjectInfo& record, const LinkList& list) noexcept {
+    LinkTable* const table = Find(record);
+    if (table == nullptr) {
+        record.links = 0;
+        return;
+    }
+    std::erase_if(table->rights, [&](const LinkEnd& end) { return end.list == &list; });
+    FreeIfEmpty(record);
+}
+
+void LinkTable::Transfer(ObjectInfo& from, ObjectInfo& to) noexcept {
+    to.links = std::exchange(from.links, 0);
+    to.position = from.position;
+    AnyRight(to, [&](LinkList& list, std::uint32_t place) {
+        list.Replace(PlaceOf(place), to);
+        return false;
+    });
+    if (LinkTable* const table = Find(to))
+        for (const auto& list : table->lists)
+            list->Rebind(from, to);
+}
+
+Association1NUntyped::RightWalk::RightWalk(const Association1NUntyped& association, const RefBase& left) noexcept
+    : list(left.IsAlive() ? LinkList::Find(*left.GetInfo(), association) : nullptr) {
+    if (list == nullptr)
+        return;
+    end = list->entries.size();
+    position = list->first;
+    outer = std::exchange(list->walks, this);
+}
+
+Association1NUntyped::RightWalk::~RightWalk() {
+    if (snapshot != nullptr)
+        for (ObjectInfo* const record : *snapshot)
+            record->ReleaseObjectInfo();
+    if (list == nullptr)
+        return;
+    // Walks nest, so that this is nearly always the innermost one.
+    RightWalk** place = &list->walks;
+    while (*place != this)
+        place = &(*place)->outer;
+    *place = outer;
+}
+
+ObjectInfo* Association1NUntyped::RightWalk::Next() noexcept {
+    if (list == nullptr)
+        return nullptr;
+    while (position < end) {
+        ObjectInfo* const record = snapshot != nullptr ? (*snapshot)[position] : list->entries[position];
+        ++position;
+        if (record != nullptr && (snapshot == nullptr || LinkTable::FindPlace(*record, *list) != nullptr))
+            return record;
+    }
+    return nullptr;
+}
+
+}   // namespace ODB

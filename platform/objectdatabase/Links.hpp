@@ -1,0 +1,153 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <ODB/Association1NUntyped.hpp>
+#include <ODB/ObjectInfo.hpp>
+
+namespace ODB {
+
+/// The right objects of one left object in one association, and the indexes over them.
+///
+/// Entries keep their place until the list is compacted: a cut link leaves a gap, a new one goes to the end. A right
+/// object knows its place, so that cutting in any order costs the same. Objects written through bare references are
+/// queued by place; the queue has room for every place, so that queueing never allocates.
+class LinkList {
+public:
+    LinkList(const Association1NUntyped& listAssociation, ObjectInfo& leftRecord);
+    ~LinkList();
+    LinkList(const LinkList&) = delete;
+    LinkList& operator=(const LinkList&) = delete;
+
+    /// The list of \p left in \p association, null when there is none.
+    static LinkList* Find(const ObjectInfo& left, const Association1NUntyped& association) noexcept;
+    /// The same, made when there is none. \throws std::bad_alloc with nothing changed
+    static LinkList& Get(ObjectInfo& left, const Association1NUntyped& association);
+
+    const Association1NUntyped& GetAssociation() const noexcept { return association; }
+    ObjectInfo& GetLeft() const noexcept { return *left; }
+    std::size_t GetCount() const noexcept { return count; }
+    bool IsOwning() const noexcept;
+
+    /// Makes room for one more link. \throws std::bad_alloc with nothing changed
+    void ReserveOne();
+    /// Appends \p right; room has been made on both sides.
+    void Append(ObjectInfo& right) noexcept;
+    /// Takes \p right out; the indexes have been told.
+    void Remove(ObjectInfo& right) noexcept;
+    /// Moves the live entry at ordinal place \p from to \p to. \throws std::bad_alloc with nothing changed
+    void Move(std::size_t from, std::size_t to);
+    /// Puts the entries into the order of \p order, a permutation of them.
+    void Arrange(const std::vector<ObjectInfo*>& order);
+
+    /// The first live entry, null when there is none.
+    ObjectInfo* GetFirst() noexcept;
+    /// The live entry at ordinal place \p place, null when there is none.
+    ObjectInfo* GetAt(std::size_t place) const noexcept;
+    /// All live entries in order. \throws std::bad_alloc
+    std::vector<ObjectInfo*> GetAll() const;
+
+    void Queue(ObjectInfo& right, std::uint32_t& place) noexcept;
+    /// Shows the queued objects to the indexes, in the order of their last changes; \p changing, about to be changed by
+    /// its own operation, is left out.
+    void Drain(const ObjectInfo* changing = nullptr) noexcept;
+    bool HasQueue() const noexcept { return !queue.empty(); }
+
+    void TellCreated(ObjectInfo& right);
+    void TellDeleted(ObjectInfo& right) noexcept;
+    /// A change that passed the gate: brings the indexes up to date.
+    void TellModified(ObjectInfo& right) noexcept;
+
+    void AttachIndex(std::unique_ptr<Index> index);
+    void DetachIndexes() noexcept;
+    const std::vector<std::unique_ptr<Index>>& GetIndexes() const noexcept { return indexes; }
+
+    bool CheckInvariants() const;
+    void Rebind(ObjectInfo& oldLeft, ObjectInfo& newLeft) noexcept { left = &oldLeft == left ? &newLeft : left; }
+    void Replace(std::uint32_t place, ObjectInfo& newRight) noexcept { entries[place] = &newRight; }
+
+private:
+    friend class Association1NUntyped::RightWalk;
+
+    bool MayCompact() const noexcept;
+    void Compact() noexcept;
+    void TakeSnapshots();
+    void Rebuild();
+    bool IndexesRequireRebuild() const;
+
+    const Association1NUntyped& association;
+    ObjectInfo* left;
+    std::vector<ObjectInfo*> entries;   // null where a link was cut
+    std::size_t first = 0;              // no live entry stands before it
+    std::size_t count = 0;
+    std::vector<std::uint32_t> queue;   // places; each at most once
+    std::vector<std::unique_ptr<Index>> indexes;
+    Association1NUntyped::RightWalk* walks = nullptr;
+    bool followed = false;      // some index follows modifications
+    bool draining = false;
+    bool indexesStale = false;  // an index could not be told of a change for want of memory
+};
+
+/// Where a right object stands.
+struct LinkEnd {
+    LinkList* list;
+    std::uint32_t place;   // in the list's entries; the highest bit: queued there
+};
+
+/// All links of an object that has more than one link as right side, or any as left side.
+class LinkTable {
+public:
+    std::vector<LinkEnd> rights;
+    std::vector<std::unique_ptr<LinkList>> lists;
+
+    /// The table of \p record, null when it has none.
+    static LinkTable* Find(const ObjectInfo& record) noexcept;
+    /// The same, made when there is none. \throws std::bad_alloc with nothing changed
+    static LinkTable& Get(ObjectInfo& record);
+    /// Frees the table when nothing is in it any more.
+    static void FreeIfEmpty(ObjectInfo& record) noexcept;
+
+    /// Calls \p call with (list, place&) of each link of \p record as right side, until it returns true.
+    template <class Call>
+    static bool AnyRight(ObjectInfo& record, Call&& call) {
+        if (record.links == 0)
+            return false;
+        if (LinkTable* const table = Find(record)) {
+            for (LinkEnd& end : table->rights)
+                if (call(*end.list, end.place))
+                    return true;
+            return false;
+        }
+        return call(*reinterpret_cast<LinkList*>(record.links), record.position);
+    }
+
+    /// The list in which \p record is a right side of \p association, null when there is none.
+    static LinkList* FindRight(const ObjectInfo& record, const Association1NUntyped& association) noexcept;
+    /// The place of \p record in \p list; null when it is not there.
+    static std::uint32_t* FindPlace(ObjectInfo& record, const LinkList& list) noexcept;
+
+    /// Makes room for one more link as right side. \throws std::bad_alloc with nothing changed
+    static void ReserveRight(ObjectInfo& record);
+    static void AddRight(ObjectInfo& record, LinkList& list, std::uint32_t place) noexcept;
+    static void RemoveRight(ObjectInfo& record, const LinkList& list) noexcept;
+
+    /// Lets \p to take over the links of \p from.
+    static void Transfer(ObjectInfo& from, ObjectInfo& to) noexcept;
+
+    static constexpr std::uint32_t QueuedBit = std::uint32_t{1} << 31;
+    static constexpr std::uintptr_t TableBit = 1;
+};
+
+/// Why a link is cut, which decides what the left object is told.
+enum class CutReason { Silent, Disconnected, RightDeleted };
+
+/// Cuts the link of \p right in \p list: indexes first, then both ends, then the stamps and the event. Destroys nothing.
+void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept;
+
+/// Whether \p record has an owner.
+bool IsOwned(ObjectInfo& record) noexcept;
+
+}   // namespace ODB

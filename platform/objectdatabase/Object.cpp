@@ -1,0 +1,144 @@
+#include <ODB/Object.hpp>
+
+#include <ODB/Database.hpp>
+
+#include "Links.hpp"
+#include "Records.hpp"
+
+namespace ODB {
+namespace {
+
+constexpr int WrongState = -7003;
+
+}   // namespace
+
+Object::IsolatedState::~IsolatedState() = default;
+
+Object::~Object() {
+    LeaveDatabase();
+}
+
+const Kest::ClassInfo* Object::GetClassInfoStatic() {
+    static const Kest::ClassInfo classInfo("ODB::Object", Kest::Guid("{0C2A7B44-6E0D-4E8F-9B6B-2F1D6B1C7A10}"),
+                                           Kest::ClassVersion(1, 0), Kest::Object::GetClassInfoStatic());
+    return &classInfo;
+}
+
+const Kest::ClassInfo* Object::GetClassInfo() const {
+    return GetClassInfoStatic();
+}
+
+void Object::ObjectConnected(const Association1NUntyped&, const ConstRef<Object>&) {
+}
+
+void Object::ObjectDisconnected(const Association1NUntyped&, const ConstRef<Object>&) {
+}
+
+void Object::ObjectDeleted(const Association1NUntyped&, const ConstRef<Object>&) {
+}
+
+void Object::ObjectModified(const Association1NUntyped&, const ConstRef<Object>&) {
+}
+
+void Object::ObjectReordered(const Association1NUntyped&, const ConstRef<Object>&) {
+}
+
+void Object::InitializeLazyData() {
+}
+
+Object::IsolatedState* Object::CreateIsolatedState() const {
+    return new IsolatedState;
+}
+
+int Object::StoreIsolatedState(IsolatedState* state) const {
+    return state != nullptr ? 0 : WrongState;
+}
+
+int Object::RestoreIsolatedState(const IsolatedState* state) {
+    return state != nullptr ? 0 : WrongState;
+}
+
+int Object::CopyIsolatedState(const Object& other) {
+    const std::unique_ptr<IsolatedState> state(other.CreateIsolatedState());
+    const int status = other.StoreIsolatedState(state.get());
+    return status != 0 ? status : RestoreIsolatedState(state.get());
+}
+
+std::size_t Object::GetIsolatedSize() const {
+    return sizeof(IsolatedState);
+}
+
+int Object::Isolate() {
+    if (info == nullptr)
+        return 0;
+    LinkList* list = nullptr;
+    const auto takeFirst = [&list](LinkList& found, std::uint32_t) {
+        list = &found;
+        return true;
+    };
+    while (LinkTable::AnyRight(*info, takeFirst))
+        CutLink(*list, *info, CutReason::Silent);
+    if (LinkTable* const table = LinkTable::Find(*info))
+        for (const auto& rights : table->lists)
+            while (ObjectInfo* const right = rights->GetFirst())
+                CutLink(*rights, *right, CutReason::Silent);
+    return 0;
+}
+
+ObjectInfo* Object::GetInfo() const {
+    if (info == nullptr) {
+        info = GetRecordPool().Make();
+        info->object = const_cast<Object*>(this);
+        info->AddReference();
+    }
+    return info;
+}
+
+void Object::LeaveDatabase() noexcept {
+    if (info == nullptr)
+        return;
+    ObjectInfo& record = *info;
+    record.stamp |= ObjectInfo::DeletingFlag;
+    while (ObjectInfo* const owned = Database::FindDoomed(record))
+        Database::DeleteObject(Ref<Object>(owned));
+    Database::Detach(record);
+    record.ReleaseObjectInfo();
+}
+
+const Kest::ClassInfo* DynamicObject::GetClassInfoStatic() {
+    static const Kest::ClassInfo staticInfo("ODB::DynamicObject", Kest::Guid("{3B0F3A52-8C0B-4E53-A0D2-0C1C3E7A5E11}"),
+                                            Kest::ClassVersion(1, 0), Object::GetClassInfoStatic());
+    return &staticInfo;
+}
+
+DynamicObject::IsolatedState* DynamicObject::CreateIsolatedState() const {
+    return new IsolatedState;
+}
+
+std::size_t DynamicObject::GetIsolatedSize() const {
+    return sizeof(IsolatedState);
+}
+
+void ModificationGate::Open() noexcept {
+    if (object.info != nullptr)
+        object.info->Stamp();
+}
+
+void ModificationGate::Close() {
+    open = false;
+    if (object.info == nullptr || object.info->links == 0)
+        return;
+    ObjectInfo& record = *object.info;
+    LinkTable::AnyRight(record, [&record](LinkList& list, std::uint32_t) {
+        list.Drain(&record);
+        list.TellModified(record);
+        const AssociationProperty& properties = list.GetAssociation().GetProperties();
+        if (properties.Has(AssociationProperty::OwnerPropagation))
+            list.GetLeft().ProcessModificationRequest();
+        if (properties.Has(AssociationProperty::EventSending) && list.GetLeft().IsAlive())
+            list.GetLeft().GetObject()->ObjectModified(list.GetAssociation(), ConstRef<Object>(&record));
+        return false;
+    });
+}
+
+}   // namespace ODB

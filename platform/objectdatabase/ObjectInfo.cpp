@@ -1,0 +1,52 @@
+#include <ODB/ObjectInfo.hpp>
+
+#include <utility>
+
+#include <ODB/IdSpace.hpp>
+#include <ODB/Object.hpp>
+
+#include "Links.hpp"
+#include "RecordPool.hpp"
+#include "Records.hpp"
+
+namespace ODB {
+
+std::atomic<std::uint64_t> ObjectInfo::lastStamp = 0;
+constinit ObjectInfo ObjectInfo::nullInfo;
+
+// Never destroyed: references in statics of other libraries are released after this one's statics are gone.
+RecordPool<ObjectInfo>& GetRecordPool() {
+    static auto* const pool = new RecordPool<ObjectInfo>;
+    return *pool;
+}
+
+void ObjectInfo::QueueOnLists() noexcept {
+    LinkTable::AnyRight(*this, [this](LinkList& list, std::uint32_t& place) {
+        list.Queue(*this, place);
+        return false;
+    });
+}
+
+// An object arrives under the identity of this dead record: the references of both come to name this one.
+void ObjectInfo::TakeOver(ObjectInfo& other) noexcept {
+    LinkTable::Transfer(other, *this);
+    object = std::exchange(other.object, nullptr);
+    object->info = this;
+    AddReference();
+    stamp = other.stamp & ManagedFlag;
+    Stamp();
+    other.stamp |= MovedFlag;
+    other.successor = this;
+    AddReference();
+    other.ReleaseObjectInfo();   // the object's own
+}
+
+void ObjectInfo::Free() noexcept {
+    if ((stamp & MovedFlag) != 0)
+        successor->ReleaseObjectInfo();
+    else if (space != nullptr)
+        space->Leave(*this);
+    GetRecordPool().Destroy(this);
+}
+
+}   // namespace ODB

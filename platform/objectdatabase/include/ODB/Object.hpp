@@ -1,0 +1,146 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include <Kest/Object.hpp>
+
+#include <ODB/Export.hpp>
+#include <ODB/Ref.hpp>
+
+namespace ODB {
+
+class Association1NUntyped;
+
+/// An object of the database.
+///
+/// Made with `new`, it belongs to whoever made it until Database::AddObject or an owning association takes it over;
+/// then the database destroys it, when its last owner link goes or when it is deleted. Destroying it in any way cuts
+/// its links and kills its references. A copy starts without id, links and record; assigning keeps one's own.
+class ODB_API Object : public Kest::Object {
+public:
+    /// The content of an object without its identity and links. Each class derives its state from its base's.
+    class ODB_API IsolatedState {
+    public:
+        IsolatedState() = default;
+        virtual ~IsolatedState();
+
+    protected:
+        IsolatedState(const IsolatedState&) = default;
+        IsolatedState& operator=(const IsolatedState&) = default;
+    };
+
+    ~Object() override;
+    const Kest::ClassInfo* GetClassInfo() const override;
+    static const Kest::ClassInfo* GetClassInfoStatic();
+
+    /// Events of associations that send them, told to the left object: \p right was linked.
+    virtual void ObjectConnected(const Association1NUntyped& association, const ConstRef<Object>& right);
+    /// The link to \p right was cut.
+    virtual void ObjectDisconnected(const Association1NUntyped& association, const ConstRef<Object>& right);
+    /// \p right is being deleted; its link is cut next.
+    virtual void ObjectDeleted(const Association1NUntyped& association, const ConstRef<Object>& right);
+    /// \p right was changed by one of its own operations.
+    virtual void ObjectModified(const Association1NUntyped& association, const ConstRef<Object>& right);
+    /// \p right got another place among the links.
+    virtual void ObjectReordered(const Association1NUntyped& association, const ConstRef<Object>& right);
+
+    /// Makes what the object makes on first use. Nothing in the base class.
+    virtual void InitializeLazyData();
+
+    /// A new, empty state of the object's own state class. The caller owns it.
+    virtual IsolatedState* CreateIsolatedState() const;
+
+    /// Copies the content into \p state, which must come from CreateIsolatedState of the same class.
+    /// \returns 0, or -7003 for a state of another class
+    virtual int StoreIsolatedState(IsolatedState* state) const;
+
+    /// Takes the content from \p state. Tells no observer; counts as a change.
+    /// \returns 0, or -7003 for a state of another class, with nothing changed
+    virtual int RestoreIsolatedState(const IsolatedState* state);
+
+    /// Takes the content of \p other, which must be of the same class, through a state. \returns as the two above
+    virtual int CopyIsolatedState(const Object& other);
+
+    /// Size of the class's state object in bytes.
+    virtual std::size_t GetIsolatedSize() const;
+
+    /// Cuts all links of the object, without destroying what they linked.
+    virtual int Isolate();
+
+    /// The record, made when there is none yet.
+    /// \throws std::bad_alloc
+    ObjectInfo* GetInfo() const;
+
+    /// The id, the null id when the object has none.
+    const Id& GetId() const noexcept { return info != nullptr ? info->GetId() : NullId; }
+    IdSpace* GetIdSpace() const noexcept { return info != nullptr ? info->GetIdSpace() : nullptr; }
+    std::uint64_t GetModificationStamp() const noexcept { return info != nullptr ? info->GetModificationStamp() : 0; }
+
+protected:
+    /// Cuts the links, deletes what the object alone owns and kills the references. A class that an index looks into
+    /// calls this first in its destructor, while it is still whole.
+    void LeaveDatabase() noexcept;
+
+    Object() noexcept = default;
+    Object(const Object& other) noexcept : Kest::Object(other) {}
+    Object& operator=(const Object&) noexcept { return *this; }
+
+private:
+    friend class Database;
+    friend class IdSpace;
+    friend class ObjectInfo;
+    friend class RefBase;
+    friend class ModificationGate;
+
+    mutable ObjectInfo* info = nullptr;   // counted
+};
+
+/// An object that carries its class record, so that one C++ class can serve several records.
+class ODB_API DynamicObject : public Object {
+public:
+    class ODB_API IsolatedState : public Object::IsolatedState {};
+
+    const Kest::ClassInfo* GetClassInfo() const override { return classInfo; }
+    static const Kest::ClassInfo* GetClassInfoStatic();
+    IsolatedState* CreateIsolatedState() const override;
+    std::size_t GetIsolatedSize() const override;
+
+protected:
+    explicit DynamicObject(const Kest::ClassInfo* objectClass) noexcept : classInfo(objectClass) {}
+    DynamicObject(const DynamicObject&) noexcept = default;
+    DynamicObject& operator=(const DynamicObject& other) noexcept {
+        Object::operator=(other);
+        return *this;
+    }
+
+private:
+    const Kest::ClassInfo* classInfo;
+};
+
+/// The gate that an object's own mutators pass: opened before the first write, closed after the last one and before
+/// anything is announced.
+///
+/// Opening stamps the object. Closing shows the changed object to the indexes above it; before that, everything that was
+/// noted for them is looked at, in the order of the changes. The destructor closes a gate that is still open.
+class ODB_API ModificationGate {
+public:
+    explicit ModificationGate(const Object& changing) noexcept : object(changing) { Open(); }
+    ~ModificationGate() {
+        if (open)
+            Close();
+    }
+    ModificationGate(const ModificationGate&) = delete;
+    ModificationGate& operator=(const ModificationGate&) = delete;
+
+    void Close();
+
+private:
+    void Open() noexcept;
+
+    const Object& object;
+    bool open = true;
+};
+
+}   // namespace ODB

@@ -1,0 +1,41 @@
+#include <Kest/Array.hpp>
+
+#include "TestElements.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using Kest::Array;
+
+TEST(ArrayTest, InsertsDeletesAndFindsByIndexAndValue) {
+    Array<std::string> names{"a", "b", "a"};
+    names.Insert(0, names.GetLast());   // an element of its own, which moves
+    names.Insert(4, "z");
+    EXPECT_EQ(names, (Array<std::string>{"a", "a", "b", "a", "z"}));
+    names.Delete(1);
+    EXPECT_EQ(names.Find("a"), 0U);
+    EXPECT_EQ(names.Find("c"), Array<std::string>::NotFound);
+    EXPECT_EQ(names.DeleteAll(names[0]), 2U);
+    EXPECT_EQ(names, (Array<std::string>{"b", "z"}));
+    EXPECT_FALSE(names.Contains("a"));
+}
+
+TEST(ArrayTest, HoldsMoveOnlyElementsAndDestroysEachOnce) {
+    {
+        Array<CountedElement> array;
+        for (int n = 0; n < 10; ++n)
+            EXPECT_EQ(array.Push(CountedElement(n)).value, n);
+        array.Insert(3, CountedElement(30));
+        array.Delete(0);
+        const Array<CountedElement> moved(std::move(array));
+        EXPECT_EQ(moved[2].value, 30);
+        EXPECT_EQ(moved.GetLast().value, 9);
+        EXPECT_EQ(CountedElement::living, 10);
+    }
+    EXPECT_EQ(CountedElement::living, 0);
+}
+
+}   // namespace
