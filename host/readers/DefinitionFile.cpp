@@ -33,8 +33,8 @@ Definition ReadHead(std::string_view head, std::size_t line, TextDecoder& decode
 std::vector<ReadWarning> DefinitionFile::Warnings() const {
     if (decoder.GetOddBytes() == 0)
         return {};
-    return {{0, std::to_string(decoder.GetOddBytes()) +
-                    " bytes are characters neither in UTF-8 nor in Windows-1252: save the file as UTF-8"}};
+    return {{0, "the file holds bytes that are characters neither in UTF-8 nor in Windows-1252 (" +
+                    std::to_string(decoder.GetOddBytes()) + "): save it as UTF-8"}};
 }
 
 DefinitionFile SplitDefinitions(std::string_view bytes, std::string_view kind) {

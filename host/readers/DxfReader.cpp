@@ -412,10 +412,11 @@ void DxfParser::WarnOfTexts() {
         Warn(0, "code page " + Quoted(drawing.codePage) +
                     " is not known here, texts were read as Windows-1252: check names");
     if (oddBytes.count != 0)
-        Warn(oddBytes.firstLine, std::to_string(oddBytes.count) +
-                                     " bytes in texts do not belong to the encoding of the drawing: check the names");
+        Warn(oddBytes.firstLine, "texts hold bytes that are not in the drawing's encoding (" +
+                                     std::to_string(oddBytes.count) + "): check the names");
     if (nameless.count != 0)
-        Warn(nameless.firstLine, std::to_string(nameless.count) + " table records have no name and were left out");
+        Warn(nameless.firstLine, "table records without a name were left out (" + std::to_string(nameless.count) +
+                                     "): save the drawing again if they are missed");
 }
 
 }   // namespace

@@ -173,6 +173,11 @@ ConstRef<Object> Association1NUntyped::GetLeft(const ConstRef<Object>& right) co
     return list != nullptr ? ConstRef<Object>(&list->GetLeft()) : ConstRef<Object>();
 }
 
+ObjectInfo* Association1NUntyped::FindLeft(const ObjectInfo& right) const noexcept {
+    LinkList* const list = LinkTable::FindRight(right, *this);
+    return list != nullptr ? &list->GetLeft() : nullptr;
+}
+
 int Association1NUntyped::AppendRight(const Ref<Object>& left, RefList<Object>* result, const Query* query) const {
     if (result == nullptr)
         return NullArgument;
@@ -381,16 +386,16 @@ void Association1NUntyped::InvalidateRightIndicesWithObjectModification(const Re
         list->Queue(record, *LinkTable::FindPlace(record, *list));
 }
 
-Index* Association1NUntyped::FindRightIndex(const RefBase& left) const noexcept {
-    LinkList* const list = LinkList::Find(*left.GetInfo(), *this);
+Index* Association1NUntyped::FindRightIndex(const ObjectInfo& left) const noexcept {
+    LinkList* const list = LinkList::Find(left, *this);
     if (list == nullptr || list->GetIndexes().empty())
         return nullptr;
     list->Drain();
     return list->GetIndexes().front().get();
 }
 
-Index* Association1NUntyped::FindRightIndexForChange(const RefBase& left, const Object& changing) const noexcept {
-    LinkList* const list = LinkList::Find(*left.GetInfo(), *this);
+Index* Association1NUntyped::FindRightIndexForChange(const ObjectInfo& left, const Object& changing) const noexcept {
+    LinkList* const list = LinkList::Find(left, *this);
     if (list == nullptr || list->GetIndexes().empty())
         return nullptr;
     list->Drain(changing.GetInfo());

@@ -155,11 +155,11 @@ TEST(DxfReaderTest, DecodesTextsByVersionAndCodePage) {
         const char* warning;
     } cases[] = {
         {"UTF-8 from AC1021 on", "AC1021", "ANSI_936", "W\xC3\xA4nde \xF0\x9F\x98\x80", u"W\u00E4nde \U0001F600", ""},
-        {"a stray byte in UTF-8", "AC1032", "", "\xC3\xA4\xE9\x80", u"\u00E4\u00E9\u20AC", "2 bytes"},
+        {"a stray byte in UTF-8", "AC1032", "", "\xC3\xA4\xE9\x80", u"\u00E4\u00E9\u20AC", "(2)"},
         {"no overlong UTF-8, no surrogates", "AC1032", "", "\xC0\xAF\xED\xA0\x80", u"\u00C0\u00AF\u00ED\u00A0\u20AC",
-         "5 bytes"},
+         "(5)"},
         {"Windows-1252 when none is declared", "AC1015", "", "\xE9\x80\x9F", u"\u00E9\u20AC\u0178", ""},
-        {"a byte that Windows-1252 lacks", "AC1015", "ANSI_1252", "a\x81", u"a\uFFFD", "1 bytes"},
+        {"a byte that Windows-1252 lacks", "AC1015", "ANSI_1252", "a\x81", u"a\uFFFD", "(1)"},
         {"an unknown code page", "AC1015", "UNDEFINED", "\xE9", u"\u00E9", "\"UNDEFINED\""},
         {"an unknown code page of ASCII texts", "AC1015", "ANSI_9999", "e", u"e", ""},
         {"Cyrillic", "AC1015", "ANSI_1251", "\xD1\xF2", u"\u0421\u0442", ""},
@@ -168,7 +168,7 @@ TEST(DxfReaderTest, DecodesTextsByVersionAndCodePage) {
         {"simplified Chinese", "AC1014", "gb2312", "\xCB\xAE\xB9\xDC", u"\u6C34\u7BA1", ""},
         {"traditional Chinese", "AC1014", "ANSI_950", "\xA4\xF4", u"\u6C34", ""},
         {"Korean", "AC1014", "ksc5601", "\xB9\xB0", u"\uBB3C", ""},
-        {"half a character at the end", "AC1014", "ANSI_936", "\xCB\xAE\xB9", u"\u6C34\uFFFD", "1 bytes"},
+        {"half a character at the end", "AC1014", "ANSI_936", "\xCB\xAE\xB9", u"\u6C34\uFFFD", "(1)"},
         {"Japanese, a backslash inside a character", "AC1012", "dos932", "\x95\x5CU+00E4", u"\u8868U+00E4", ""},
         {"a backslash where the code page has a coin", "AC1012", "johab", "\x88\x61\\U+00E4", u"\uAC00\u00E4", ""},
     };

@@ -17,7 +17,7 @@ namespace HostTests {
 
 /// The bytes of a file in tests/host/data.
 inline std::string Sample(const std::string& name) {
-    std::ifstream file(std::filesystem::path(__FILE__).parent_path() / "data" / name, std::ios::binary);
+    std::ifstream file(std::filesystem::path(TEST_DATA_DIR) / "host" / "data" / name, std::ios::binary);
     EXPECT_TRUE(file) << name;
     return {std::istreambuf_iterator<char>(file), {}};
 }

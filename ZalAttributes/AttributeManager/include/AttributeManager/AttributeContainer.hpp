@@ -22,7 +22,7 @@
 
 namespace ADB {
 
-class AttributeIndex;
+class AttributeIndexTables;
 
 /// All attributes of one attribute type in one attribute set.
 ///
@@ -141,8 +141,9 @@ public:
     /// \returns the clone, or a null reference with nothing left behind
     ODB::Ref<GeneralAttribute> NewAttribute(ODB::ConstRef<GeneralAttribute> source, bool keepIndex, bool touch);
 
-    /// The same under the identity (\p guid, \p idSpace) and with the index searched from \p hint; the time stays.
-    /// \returns the clone; a null reference, with nothing left behind, also for a null id space, a taken or a null GUID
+    /// The same under the identity (\p guid, \p idSpace) and with the index searched from \p hint; the time stays. The null
+    /// GUID gives a fresh id.
+    /// \returns the clone; a null reference, with nothing left behind, also for a null id space or a taken GUID
     ODB::Ref<GeneralAttribute> NewAttribute(ODB::ConstRef<GeneralAttribute> source, short hint, const Kest::Guid& guid,
                                             ODB::IdSpace* idSpace);
 
@@ -236,12 +237,16 @@ private:
 
     void AttributeChanged(ODB::ConstRef<GeneralAttribute> attribute, const FieldMask& fields) override;
     int PutNewAttribute(GeneralAttribute* attribute, unsigned int hint, bool touch);
-    int Take(GeneralAttribute& attribute);
-    void Observe(const ODB::Ref<GeneralAttribute>& attribute);
+    ODB::Ref<GeneralAttribute> PutClone(const GeneralAttribute& source, short hint, const Kest::Guid* guid,
+                                        ODB::IdSpace* idSpace, bool touch);
+    const ODB::ObjectInfo* FindRecord(unsigned int index) const noexcept;
+    const ODB::ObjectInfo* FindRecord(const Kest::UniString& name) const noexcept;
+    ODB::ConstRef<GeneralAttribute> GetLowestAttribute() const;
     bool Owns(const ODB::Ref<GeneralAttribute>& attribute) const noexcept;
     ODB::RefList<ODB::Object> GetOwnedObjects() const;
-    AttributeIndex* FindIndex() const noexcept;
-    bool IsNameTaken(const Kest::UniString& name) const;
+    AttributeIndexTables* FindTables() const noexcept;
+    void CollectAttributes(SortMethod method, SortOrder order,
+                           const std::function<void(ODB::ObjectInfo&)>& take) const;
 
     LumCB::PermissionID createPermission = LumCB::PermissionID::None;
     LumCB::PermissionID deleteModifyPermission = LumCB::PermissionID::None;

@@ -66,6 +66,9 @@ public:
     Ref<Object> GetLeft(const Ref<Object>& right) const noexcept;
     ConstRef<Object> GetLeft(const ConstRef<Object>& right) const noexcept;
 
+    /// The record of the left object of \p right, null when there is none; counts no reference.
+    ObjectInfo* FindLeft(const ObjectInfo& right) const noexcept;
+
     /// Appends the right objects of \p left to \p result, in link order; with a query those that match, from an index
     /// where one supports it.
     /// \returns 0, or -7001 for a null result
@@ -125,9 +128,9 @@ public:
 
     /// The first index of \p left after it has seen all changes; null when there is none. The fast way to an index
     /// whose class is known. Allocates nothing.
-    Index* FindRightIndex(const RefBase& left) const noexcept;
+    Index* FindRightIndex(const ObjectInfo& left) const noexcept;
     /// The same, leaving out what was noted of \p changing, which is about to be changed by its own operation.
-    Index* FindRightIndexForChange(const RefBase& left, const Object& changing) const noexcept;
+    Index* FindRightIndexForChange(const ObjectInfo& left, const Object& changing) const noexcept;
     /// @}
 
     /// The records of the right objects of \p left in link order, as a walk that stays valid whatever happens between
