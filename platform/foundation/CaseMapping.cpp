@@ -152,8 +152,29 @@ void ConvertToUpper(std::u16string_view text, char16_t* result) noexcept {
         result[at] = UpperUnit(text, at);
 }
 
+// Most texts that are compared here are equal, and ASCII or spelt alike: all words are looked at without a branch for any
+// of them, and only what is left goes through the table.
 bool IsEqualIgnoringCase(std::u16string_view a, std::u16string_view b) noexcept {
-    return a.size() == b.size() && FirstDifference<Folded>(a, b) == a.size();
+    if (a.size() != b.size())
+        return false;
+    if (a.size() < WordUnits)
+        return FirstDifference<Folded>(a, b) == a.size();
+    std::uint64_t spelling = 0;
+    std::uint64_t folded = 0;
+    std::uint64_t units = 0;
+    const auto look = [&](std::size_t at) {
+        const std::uint64_t inA = LoadWord(&a[at]);
+        const std::uint64_t inB = LoadWord(&b[at]);
+        spelling |= inA ^ inB;
+        folded |= UpperAscii(inA) ^ UpperAscii(inB);
+        units |= inA | inB;
+    };
+    for (std::size_t at = 0; at + WordUnits < a.size(); at += WordUnits)
+        look(at);
+    look(a.size() - WordUnits);
+    if (spelling == 0)
+        return true;
+    return IsAscii(units) ? folded == 0 : FirstDifference<Folded>(a, b) == a.size();
 }
 
 int CompareIgnoringCase(std::u16string_view a, std::u16string_view b) noexcept {

@@ -26,8 +26,7 @@ EventObserver::~EventObserver() {
         delete mark;
 }
 
-void EventObserver::SourceDestroyed(EventSource*) {
-}
+void EventObserver::SourceDestroyed(EventSource*) {}
 
 struct EventSource::ObserverList {
     std::vector<EventObserver::Mark*> marks;
@@ -54,16 +53,14 @@ constexpr std::uintptr_t ListBit = 1;
 
 }   // namespace
 
-class EventSource::Announcement {
-public:
-    Announcement() noexcept { ++state.announcements; }
-    ~Announcement() {
-        if (--state.announcements == 0 && state.whenQuiet != nullptr)
-            std::exchange(state.whenQuiet, nullptr)();
-    }
-    Announcement(const Announcement&) = delete;
-    Announcement& operator=(const Announcement&) = delete;
-};
+EventSource::Announcement::Announcement() noexcept {
+    ++state.announcements;
+}
+
+EventSource::Announcement::~Announcement() {
+    if (--state.announcements == 0 && state.whenQuiet != nullptr)
+        std::exchange(state.whenQuiet, nullptr)();
+}
 
 EventSource::~EventSource() {
     Close();

@@ -23,19 +23,31 @@ std::vector<const Association1NUntyped*>& GetAssociations() {
     return *associations;
 }
 
-bool OwnsItself(const ObjectInfo& left, const ObjectInfo& right) {
-    if (LinkTable::Find(right) == nullptr)
+bool OwnsAnything(const ObjectInfo& record) {
+    const LinkTable* const table = LinkTable::Find(record);
+    return table != nullptr && std::any_of(table->lists.begin(), table->lists.end(),
+                                           [](const auto& list) { return list->IsOwning() && list->GetCount() > 0; });
+}
+
+// Whether `right` is `left` or among its owners, their owners and so on, once `right` owns anything at all.
+bool OwnsItself(ObjectInfo& left, const ObjectInfo& right) {
+    if (&left == &right || !OwnsAnything(right))
         return &left == &right;
-    const ObjectInfo* owner = &left;
-    while (owner != nullptr && owner != &right) {
-        const ObjectInfo* next = nullptr;
-        LinkTable::AnyRight(const_cast<ObjectInfo&>(*owner), [&next](const LinkList& list, std::uint32_t) {
-            next = list.IsOwning() ? &list.GetLeft() : nullptr;
-            return next != nullptr;
+    Kest::HashSet<const void*> seen;
+    std::vector<ObjectInfo*> open{&left};
+    while (!open.empty()) {
+        ObjectInfo* const record = open.back();
+        open.pop_back();
+        const bool found = LinkTable::AnyRight(*record, [&](const LinkList& list, std::uint32_t) {
+            ObjectInfo& owner = list.GetLeft();
+            if (list.IsOwning() && seen.Add(&owner))
+                open.push_back(&owner);
+            return list.IsOwning() && &owner == &right;
         });
-        owner = next;
+        if (found)
+            return true;
     }
-    return owner == &right;
+    return false;
 }
 
 LinkList* FindBetween(const Association1NUntyped& association, const RefBase& left, const RefBase& right) noexcept {
@@ -53,7 +65,7 @@ int AppendAll(const Association1NUntyped& association, const Reference& left, Ke
 }
 
 const Index* FindSupporting(const LinkList* list, const Query& query) {
-    if (list != nullptr)
+    if (list->AreIndexesCurrent())
         for (const auto& index : list->GetIndexes())
             if (index->Supports(query))
                 return index.get();
@@ -63,9 +75,11 @@ const Index* FindSupporting(const LinkList* list, const Query& query) {
 }   // namespace
 
 Association1NUntyped::Association1NUntyped(const Id& associationId, const Kest::ClassInfo* leftInfo,
-                                           const Kest::ClassInfo* rightInfo,
-                                           AssociationProperty associationProperties)
-    : id(associationId), leftClass(leftInfo), rightClass(rightInfo), properties(std::move(associationProperties)) {
+                                           const Kest::ClassInfo* rightInfo, AssociationProperty associationProperties)
+    : id(associationId),
+      leftClass(leftInfo),
+      rightClass(rightInfo),
+      properties(std::move(associationProperties)) {
     GetAssociations().push_back(this);
 }
 
@@ -83,8 +97,10 @@ const Association1NUntyped* Association1NUntyped::Find(const Id& associationId) 
 int Association1NUntyped::Check(const RefBase& left, const RefBase& right) const {
     if (!left || !right)
         return NullArgument;
-    const ObjectInfo& leftRecord = *left.GetInfo();
+    ObjectInfo& leftRecord = *left.GetInfo();
     const ObjectInfo& rightRecord = *right.GetInfo();
+    if (leftRecord.IsDying() || rightRecord.IsDying())
+        return NullArgument;
     if (!leftRecord.GetObject()->GetClassInfo()->IsCompatibleWith(*leftClass) ||
         !rightRecord.GetObject()->GetClassInfo()->IsCompatibleWith(*rightClass))
         return WrongCall;
@@ -107,21 +123,36 @@ int Association1NUntyped::Link(const Ref<Object>& left, const Ref<Object>& right
     LinkList& list = LinkList::Get(leftRecord, *this);
     list.ReserveOne();
     LinkTable::ReserveRight(rightRecord);
-    if (properties.Has(AssociationProperty::Ownership)) {
-        if (rightRecord.GetIdSpace() == nullptr)
-            Ref<Object>(right).GenerateId(leftRecord.GetIdSpace());
-        rightRecord.stamp |= ObjectInfo::ManagedFlag;
-    }
-    list.Drain(&rightRecord);
+    IdSpace& space = leftRecord.GetIdSpace() != nullptr ? *leftRecord.GetIdSpace() : *GetDefaultIdSpace();
+    const bool identify = properties.Has(AssociationProperty::Ownership) && rightRecord.GetIdSpace() == nullptr;
+    if (identify)
+        space.ReserveOne();
+    const Id fresh = identify ? space.MakeFreeId() : NullId;
+    list.Drain(right.GetInfo()->GetObject());
     list.TellCreated(rightRecord);
+
+    // From here on nothing fails.
+    const ConstRef<Object> oldLeft(old != nullptr ? &old->GetLeft() : &NullObjectInfo);
     if (old != nullptr)
-        CutLink(*old, rightRecord, sendEvents ? CutReason::Disconnected : CutReason::Silent);
+        CutLink(*old, rightRecord, CutReason::Silent);
+    if (identify)
+        space.Enter(rightRecord, fresh);
+    if (properties.Has(AssociationProperty::Ownership))
+        rightRecord.stamp |= ObjectInfo::ManagedFlag;
     leftRecord.ProcessModificationRequest();
     rightRecord.ProcessModificationRequest();
     list.Append(rightRecord);
-    if (sendEvents && properties.Has(AssociationProperty::EventSending))
-        leftRecord.GetObject()->ObjectConnected(*this, ConstRef<Object>(&rightRecord));
+    if (sendEvents)
+        SendConnected(oldLeft, left, right);
     return 0;
+}
+
+void Association1NUntyped::SendConnected(const ConstRef<Object>& oldLeft, const Ref<Object>& left,
+                                         const Ref<Object>& right) const {
+    const ConstRef<Object> heldLeft(left);
+    const ConstRef<Object> heldRight(right);
+    TellLeft(&Object::ObjectDisconnected, *this, *oldLeft.GetInfo(), *heldRight.GetInfo());
+    TellLeft(&Object::ObjectConnected, *this, *heldLeft.GetInfo(), *heldRight.GetInfo());
 }
 
 int Association1NUntyped::Disconnect(const Ref<Object>& left, const Ref<Object>& right) const {
@@ -133,6 +164,8 @@ int Association1NUntyped::Unlink(const Ref<Object>& left, const Ref<Object>& rig
     if (list == nullptr)
         return WrongCall;
     const Ref<Object> held(right);
+    if (held.GetInfo()->IsDying())   // its link is cut by whoever deletes it
+        return 0;
     CutLink(*list, *held.GetInfo(), isolated ? CutReason::Silent : CutReason::Disconnected);
     if (!isolated && properties.Has(AssociationProperty::Ownership))
         Database::DestroyIfUnowned(*held.GetInfo());
@@ -152,6 +185,8 @@ void Association1NUntyped::UnlinkAll(ObjectInfo& left, bool sendEvents) const {
     RightWalk walk(*this, held);
     while (ObjectInfo* const record = walk.Next()) {
         const Ref<Object> right(record);
+        if (record->IsDying())
+            continue;
         CutLink(*walk.list, *record, sendEvents ? CutReason::Disconnected : CutReason::Silent);
         if (properties.Has(AssociationProperty::Ownership))
             Database::DestroyIfUnowned(*record);
@@ -263,8 +298,8 @@ std::size_t Association1NUntyped::GetConnectionCount(const RefBase& left) const 
     return list != nullptr ? list->GetCount() : 0;
 }
 
-int Association1NUntyped::ReorderLinkFromLeftObject(const Ref<Object>& left, const Ref<Object>& right,
-                                                    std::size_t from, std::size_t to) const {
+int Association1NUntyped::ReorderLinkFromLeftObject(const Ref<Object>& left, const Ref<Object>& right, std::size_t from,
+                                                    std::size_t to) const {
     return Reorder(left, right, from, to, true);
 }
 
@@ -278,8 +313,8 @@ int Association1NUntyped::Reorder(const Ref<Object>& left, const Ref<Object>& ri
     list->Move(from, to);
     left.GetInfo()->ProcessModificationRequest();
     right.GetInfo()->ProcessModificationRequest();
-    if (sendEvents && properties.Has(AssociationProperty::EventSending))
-        left.GetLogicalConst()->ObjectReordered(*this, ConstRef<Object>(right));
+    if (sendEvents)
+        TellLeft(&Object::ObjectReordered, *this, *left.GetInfo(), *right.GetInfo());
     return 0;
 }
 
@@ -348,7 +383,7 @@ void Association1NUntyped::SetRightIndexFactory(IndexFactory factory) {
 }
 
 int Association1NUntyped::AttachRightIndices(const Ref<Object>& left, std::unique_ptr<Index> index) const {
-    if (!left || index == nullptr)
+    if (!left || left.GetInfo()->IsDying() || index == nullptr)
         return NullArgument;
     if (!properties.Has(AssociationProperty::RightIndexBase))
         return WrongCall;
@@ -391,15 +426,15 @@ Index* Association1NUntyped::FindRightIndex(const ObjectInfo& left) const noexce
     if (list == nullptr || list->GetIndexes().empty())
         return nullptr;
     list->Drain();
-    return list->GetIndexes().front().get();
+    return list->AreIndexesCurrent() ? list->GetIndexes().front().get() : nullptr;
 }
 
 Index* Association1NUntyped::FindRightIndexForChange(const ObjectInfo& left, const Object& changing) const noexcept {
     LinkList* const list = LinkList::Find(left, *this);
     if (list == nullptr || list->GetIndexes().empty())
         return nullptr;
-    list->Drain(changing.GetInfo());
-    return list->GetIndexes().front().get();
+    list->Drain(&changing);
+    return list->AreIndexesCurrent() ? list->GetIndexes().front().get() : nullptr;
 }
 
 }   // namespace ODB

@@ -9,8 +9,9 @@ namespace {
 
 constexpr int NoObject = -7001;
 
-// Deleted while something announced; chained through their unused record pointers.
+// Deleted while something announced: the first and the last to be freed, chained through their unused record pointers.
 thread_local Object* graveyard = nullptr;
+thread_local Object* lastBuried = nullptr;
 
 bool Propagates(const LinkList& list) {
     const AssociationProperty& properties = list.GetAssociation().GetProperties();
@@ -45,22 +46,24 @@ void Database::DeleteObject(const Ref<Object>& object) noexcept {
         return;
     root.AddReference();   // `object` itself may die on the way
     root.stamp |= ObjectInfo::DeletingFlag;
-    ObjectInfo* record = &root;
+    Ref<Object> record(&root);   // counted: whoever hears of the deletions may do anything
     while (root.IsAlive()) {
-        if (ObjectInfo* const owned = FindDoomed(*record)) {
+        if (ObjectInfo* const owned = FindDoomed(*record.GetInfo())) {
             owned->stamp |= ObjectInfo::DeletingFlag;
-            record = owned;
+            record = Ref<Object>(owned);
             continue;
         }
-        ObjectInfo* const next = record != &root ? &FindDoomingOwner(*record) : &root;
-        DestroyOne(*record);
-        record = next;
+        const Ref<Object> next(record.GetInfo() != &root ? FindDoomingOwner(*record.GetInfo()) : &root);
+        if (record.IsAlive())
+            DestroyOne(*record.GetInfo());
+        record = next ? next : Ref<Object>(&root);
     }
     root.ReleaseObjectInfo();
 }
 
-// A right object of a dying one that dies first: one that has no other owner. Links that hold it otherwise are cut, so
-// that one that dies has exactly one propagating link left, the way back.
+// A right object of a dying one that dies first: one of the database that nobody else owns. Links to other dying owners
+// are cut, so that it has exactly one propagating link from a dying object left: the way back. Nobody else cuts that
+// link, since dying objects are neither linked nor unlinked any more.
 ObjectInfo* Database::FindDoomed(ObjectInfo& owner) noexcept {
     const LinkTable* const table = LinkTable::Find(owner);
     if (table == nullptr)
@@ -69,28 +72,41 @@ ObjectInfo* Database::FindDoomed(ObjectInfo& owner) noexcept {
         if (!Propagates(*list))
             continue;
         while (ObjectInfo* const right = list->GetFirst()) {
-            LinkList* other = nullptr;
-            const auto isOtherOwner = [&](LinkList& found, std::uint32_t) {
-                other = &found;
-                return &found != list.get() && Propagates(found);
-            };
-            const bool held = LinkTable::AnyRight(*right, isOtherOwner);
-            if (!held && (right->stamp & ObjectInfo::DeletingFlag) == 0)
+            if (right->IsDying() || (right->stamp & ObjectInfo::ManagedFlag) == 0) {
+                CutLink(*list, *right, CutReason::Disconnected);
+                continue;
+            }
+            LinkList* const other = FindOtherOwner(*right, *list);
+            if (other == nullptr)
                 return right;
-            const bool dyingOwner = held && (other->GetLeft().stamp & ObjectInfo::DeletingFlag) != 0;
-            CutLink(dyingOwner ? *other : *list, *right, CutReason::Disconnected);
+            CutLink(other->GetLeft().IsDying() ? *other : *list, *right, CutReason::Disconnected);
         }
     }
     return nullptr;
 }
 
-ObjectInfo& Database::FindDoomingOwner(ObjectInfo& record) noexcept {
+// Another list that keeps `right` alive, or one of a dying left object that would delete it too; these first.
+LinkList* Database::FindOtherOwner(ObjectInfo& right, const LinkList& list) noexcept {
+    LinkList* owner = nullptr;
+    LinkTable::AnyRight(right, [&](LinkList& found, std::uint32_t) {
+        const bool dying = found.GetLeft().IsDying();
+        if (&found == &list || !(dying ? Propagates(found) : found.IsOwning()))
+            return false;
+        owner = &found;
+        return dying;
+    });
+    return owner;
+}
+
+ObjectInfo* Database::FindDoomingOwner(ObjectInfo& record) noexcept {
     ObjectInfo* owner = nullptr;
     LinkTable::AnyRight(record, [&owner](const LinkList& list, std::uint32_t) {
+        if (!Propagates(list) || !list.GetLeft().IsDying())
+            return false;
         owner = &list.GetLeft();
-        return Propagates(list);
+        return true;
     });
-    return *owner;
+    return owner != nullptr ? owner : &NullObjectInfo;
 }
 
 // Takes the object out of everything: links, indexes, references. What remains is memory.
@@ -111,7 +127,7 @@ void Database::Detach(ObjectInfo& record) noexcept {
         table->lists.clear();
         LinkTable::FreeIfEmpty(record);
     }
-    record.object->info = nullptr;
+    record.object->SetInfo(nullptr);
     record.object = nullptr;
     record.stamp &= ObjectInfo::StampMask;
 }
@@ -135,15 +151,19 @@ void Database::DestroyIfUnowned(ObjectInfo& record) noexcept {
 }
 
 void Database::Bury(Object* object) noexcept {
-    object->info = reinterpret_cast<ObjectInfo*>(graveyard);
-    graveyard = object;
+    object->info = Object::BuriedBit;
+    if (graveyard == nullptr)
+        graveyard = object;
+    else
+        lastBuried->info = reinterpret_cast<std::uintptr_t>(object) | Object::BuriedBit;
+    lastBuried = object;
     Kest::EventSource::CallWhenQuiet(&EmptyGraveyard);
 }
 
 void Database::EmptyGraveyard() noexcept {
     while (Object* const object = graveyard) {
-        graveyard = reinterpret_cast<Object*>(object->info);
-        object->info = nullptr;
+        graveyard = reinterpret_cast<Object*>(object->info & ~Object::BuriedBit);
+        object->info = 0;
         delete object;
     }
 }

@@ -30,7 +30,7 @@ RecordSet MakeRecordSet(const RefList<Object>& objects) {
 // The objects of a merge that is under way: destroyed again unless the merge is completed.
 class Newcomers {
 public:
-    explicit Newcomers(IdSpace& targetSpace) : target(targetSpace) {}
+    Newcomers(IdSpace& targetSpace, std::size_t count) : target(targetSpace) { objects.reserve(count); }
     Newcomers(const Newcomers&) = delete;
     Newcomers& operator=(const Newcomers&) = delete;
 
@@ -45,7 +45,6 @@ public:
         auto* const object = dynamic_cast<Object*>(made.get());
         if (object == nullptr)
             return WrongCall;
-        objects.reserve(objects.size() + 1);
         Ref<Object> ref(object);
         made.release();
         Database::AddObject(ref, false);
@@ -71,8 +70,11 @@ int MergeInto(IdSpace& target, const Delta& delta) {
     for (const Delta::NewObject& object : delta.GetNewObjects())
         if (target.Contains(object.id))
             return WrongCall;
+    for (const Delta::NewLink& link : delta.GetNewLinks())
+        if (!delta.ContainsNewObject(link.right))   // deleting it again would not bring its old link back
+            return WrongCall;
     const IdSpace::InputScope scope(&target);
-    Newcomers newcomers(target);
+    Newcomers newcomers(target, delta.GetNewObjectCount());
     for (const Delta::NewObject& object : delta.GetNewObjects())
         if (const int status = newcomers.Make(object); status != 0)
             return status;
@@ -85,13 +87,31 @@ int MergeInto(IdSpace& target, const Delta& delta) {
     return 0;
 }
 
+int FillDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta& delta,
+              const ObjectFilter& filter) {
+    const RecordSet old = MakeRecordSet(oldObjects);
+    RefList<Object> added;
+    for (const Ref<Object>& object : newObjects)
+        if (!old.Contains(object.GetInfo()) && (!filter || filter(object)))
+            added.Push(object);
+    for (const Ref<Object>& object : added)
+        if (const int status = delta.AddNewObject(object); status != 0)
+            return status;
+    const RecordSet inside = MakeRecordSet(added);
+    for (const Ref<Object>& left : added)
+        if (const LinkTable* const table = LinkTable::Find(*left.GetInfo()))
+            for (const auto& list : table->lists)
+                for (ObjectInfo* const right : list->GetAll())
+                    if (inside.Contains(right))
+                        delta.AddNewLink(list->GetAssociation(), left, Ref<Object>(right));   // both have ids
+    return 0;
+}
+
 }   // namespace
 
-Delta::Delta(IdSpace* idSpace) : space(idSpace) {
-}
+Delta::Delta(IdSpace* idSpace) : space(idSpace) {}
 
-Delta::Delta(const Kest::UniString& deltaName, IdSpace* idSpace) : name(deltaName), space(idSpace) {
-}
+Delta::Delta(const Kest::UniString& deltaName, IdSpace* idSpace) : name(deltaName), space(idSpace) {}
 
 int Delta::AddNewObject(const ConstRef<Object>& object) {
     if (!object)
@@ -132,21 +152,12 @@ int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObj
     if (delta == nullptr)
         return NullArgument;
     delta->Clear();
-    const RecordSet old = MakeRecordSet(oldObjects);
-    RefList<Object> added;
-    for (const Ref<Object>& object : newObjects)
-        if (!old.Contains(object.GetInfo()) && (!filter || filter(object)))
-            added.Push(object);
     int status = 0;
-    for (std::size_t place = 0; place < added.GetSize() && status == 0; ++place)
-        status = delta->AddNewObject(added[place]);
-    const RecordSet inside = MakeRecordSet(added);
-    for (const Ref<Object>& left : added)
-        if (const LinkTable* const table = LinkTable::Find(*left.GetInfo()))
-            for (const auto& list : table->lists)
-                for (ObjectInfo* const right : list->GetAll())
-                    if (status == 0 && inside.Contains(right))
-                        status = delta->AddNewLink(list->GetAssociation(), left, Ref<Object>(right));
+    try {
+        status = FillDelta(oldObjects, newObjects, *delta, filter);
+    } catch (const std::bad_alloc&) {
+        status = MemoryFull;
+    }
     if (status != 0)
         delta->Clear();
     return status;

@@ -16,27 +16,33 @@ IdSpace* inputSpace = nullptr;
 
 }   // namespace
 
-IdSpace::IdSpace() : records(std::make_unique<RecordTable>()) {
-}
+IdSpace::IdSpace() : records(std::make_unique<RecordTable>()) {}
 
-IdSpace::IdSpace(const Kest::UniString& spaceName) : name(spaceName), records(std::make_unique<RecordTable>()) {
-}
+IdSpace::IdSpace(const Kest::UniString& spaceName) : name(spaceName), records(std::make_unique<RecordTable>()) {}
 
 IdSpace::~IdSpace() {
-    // Deleting one object may delete others and move the rest about in the table: look at the same slot again.
-    for (std::size_t slot = 0; slot < records->GetSlotCount();) {
-        ObjectInfo* const record = records->GetSlot(slot);
-        if (record != nullptr && record->IsAlive() && (record->stamp & ObjectInfo::ManagedFlag) != 0)
-            Database::DeleteObject(Ref<Object>(record));
-        else
-            ++slot;
-    }
+    while (DeleteObjects(false) || DeleteObjects(true))
+        ;   // deleting moves records about in the table, and whoever hears of it may make objects: look again
     for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
         if (ObjectInfo* const record = records->GetSlot(slot)) {
             record->space = nullptr;
             if (record->IsAlive())
                 record->id = NullId;
         }
+}
+
+// Deletes what is met that nobody owns, and with `owned` the rest too. Returns whether anything was met.
+bool IdSpace::DeleteObjects(bool owned) noexcept {
+    bool met = false;
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot) {
+        ObjectInfo* const record = records->GetSlot(slot);
+        if (record == nullptr || !record->IsAlive() || record->IsDying() ||
+            (record->stamp & ObjectInfo::ManagedFlag) == 0 || (!owned && IsOwned(*record)))
+            continue;
+        met = true;
+        Database::DeleteObject(Ref<Object>(record));
+    }
+    return met;
 }
 
 bool IdSpace::Contains(const Id& id) const noexcept {
@@ -69,7 +75,7 @@ void IdSpace::EnumerateObjects(const std::function<void(const Ref<Object>&)>& ca
 
 bool IdSpace::MoveObject(const Ref<Object>& object) {
     ObjectInfo& record = *object.GetInfo();
-    if (!record.IsAlive() || record.space == nullptr)
+    if (!record.IsAlive() || record.space == nullptr || record.IsDying())
         return false;
     if (record.space == this)
         return true;
@@ -77,7 +83,7 @@ bool IdSpace::MoveObject(const Ref<Object>& object) {
     ObjectInfo* const taken = FindRecord(id);
     if (taken != nullptr && taken->IsAlive())
         return false;
-    records->Reserve(records->GetSize() + 1);
+    ReserveOne();
     record.space->Leave(record);
     if (taken == nullptr)
         Enter(record, id);
@@ -118,6 +124,8 @@ bool IdSpace::CheckInvariants() const {
             continue;
         if (record->space != this || records->Find(record->id) != record || record->references == 0)
             return false;
+        if (record->IsAlive() && record->object->FindInfo() != record)
+            return false;
         const bool badEnd = LinkTable::AnyRight(*record, [record](const LinkList& list, std::uint32_t) {
             return LinkTable::FindPlace(*record, list) == nullptr || !list.GetLeft().IsAlive();
         });
@@ -134,7 +142,7 @@ bool IdSpace::CheckInvariants() const {
 ObjectInfo& IdSpace::GetRecord(const Id& id) {
     if (ObjectInfo* const record = FindRecord(id))
         return *record;
-    records->Reserve(records->GetSize() + 1);
+    ReserveOne();
     ObjectInfo& record = *GetRecordPool().Make();
     Enter(record, id);
     return record;
@@ -144,7 +152,11 @@ ObjectInfo* IdSpace::FindRecord(const Id& id) const noexcept {
     return id.IsNull() ? nullptr : records->Find(id);
 }
 
-void IdSpace::Enter(ObjectInfo& record, const Id& id) {
+void IdSpace::ReserveOne() {
+    records->Reserve(records->GetSize() + 1);
+}
+
+void IdSpace::Enter(ObjectInfo& record, const Id& id) noexcept {
     record.id = id;
     record.space = this;
     records->Insert(record);
@@ -164,8 +176,7 @@ Id IdSpace::MakeFreeId() const {
     return id;
 }
 
-IdSpace::InputScope::InputScope(IdSpace* space) noexcept : previous(std::exchange(inputSpace, space)) {
-}
+IdSpace::InputScope::InputScope(IdSpace* space) noexcept : previous(std::exchange(inputSpace, space)) {}
 
 IdSpace::InputScope::~InputScope() {
     inputSpace = previous;

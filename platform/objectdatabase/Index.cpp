@@ -2,8 +2,7 @@
 
 namespace ODB {
 
-void Index::ScopeAssigned(const Ref<Object>&) {
-}
+void Index::ScopeAssigned(const Ref<Object>&) {}
 
 bool Index::Execute(const Query& query, unsigned int* count) const {
     if (count == nullptr)
@@ -18,15 +17,13 @@ bool Index::RequiresRebuild() const {
     return false;
 }
 
-void Index::ObjectModified(const Ref<Object>&) {
-}
+void Index::ObjectModified(const Ref<Object>&) {}
 
 bool Index::FollowsModifications() const {
     return false;
 }
 
-void Index::Reserve(std::size_t) {
-}
+void Index::Reserve(std::size_t) {}
 
 const Kest::ClassInfo* Index::GetClassInfoStatic() {
     static const Kest::ClassInfo info("ODB::Index", Kest::Guid("{F4B5B2D3-2C37-4B0B-9E5B-53D5A1C1D0B3}"),

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include <Kest/EventSource.hpp>
+
 namespace ODB {
 namespace {
 
@@ -15,8 +17,8 @@ std::uint32_t PlaceOf(std::uint32_t place) {
 }   // namespace
 
 LinkList::LinkList(const Association1NUntyped& listAssociation, ObjectInfo& leftRecord)
-    : association(listAssociation), left(&leftRecord) {
-}
+    : association(listAssociation),
+      left(&leftRecord) {}
 
 LinkList::~LinkList() {
     for (auto* walk = walks; walk != nullptr; walk = walk->outer)
@@ -85,6 +87,7 @@ void LinkList::Compact() noexcept {
         }
     entries.resize(next);
     queue.clear();
+    shown = 0;
     first = 0;
 }
 
@@ -108,6 +111,7 @@ void LinkList::Arrange(const std::vector<ObjectInfo*>& order) {
     for (std::size_t place = 0; place < entries.size(); ++place)
         *LinkTable::FindPlace(*entries[place], *this) = static_cast<std::uint32_t>(place);
     queue.clear();
+    shown = 0;
     first = 0;
 }
 
@@ -154,52 +158,98 @@ std::vector<ObjectInfo*> LinkList::GetAll() const {
 void LinkList::Queue(ObjectInfo&, std::uint32_t& place) noexcept {
     if (!followed || (place & LinkTable::QueuedBit) != 0)
         return;
+    if (queue.size() == queue.capacity()) {   // only while it is drained: there is room for every place
+        queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(shown));
+        shown = 0;
+    }
     queue.push_back(place);
     place |= LinkTable::QueuedBit;
 }
 
-void LinkList::Drain(const ObjectInfo* changing) noexcept {
-    if (queue.empty() || draining)
+void LinkList::Drain(const Object* changing) noexcept {
+    if (draining)
         return;
     draining = true;
+    if (!queue.empty())
+        ShowQueue(changing);
+    if (indexesStale || IndexesRequireRebuild())
+        Rebuild();
+    draining = false;
+}
+
+void LinkList::ShowQueue(const Object* changing) noexcept {
     const auto stampAt = [this](std::uint32_t place) {
         return entries[place] != nullptr ? entries[place]->GetModificationStamp() : 0;
     };
     if (queue.size() > 1)
         std::sort(queue.begin(), queue.end(),
                   [&](std::uint32_t one, std::uint32_t other) { return stampAt(one) < stampAt(other); });
-    for (std::size_t turn = 0; turn < queue.size(); ++turn) {   // an index may cause further changes
-        ObjectInfo* const right = entries[queue[turn]];
+    ObjectInfo* leftOut = nullptr;
+    // What an index changes meanwhile waits for the next time.
+    for (std::size_t rest = queue.size(); rest > 0 && shown < queue.size(); --rest) {
+        ObjectInfo* const right = entries[queue[shown++]];
         if (right == nullptr)
             continue;
         *LinkTable::FindPlace(*right, *this) &= ~LinkTable::QueuedBit;
-        if (right != changing)
+        if (right->GetObject() != changing)
             TellModified(*right);
+        else
+            leftOut = right;
     }
+    queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(shown));
+    shown = 0;
+    if (leftOut != nullptr)
+        Queue(*leftOut, *LinkTable::FindPlace(*leftOut, *this));
+}
+
+void LinkList::Forget(std::uint32_t& place) noexcept {
+    if (draining || queue.size() != 1 || queue.front() != PlaceOf(place))
+        return;
     queue.clear();
-    draining = false;
-    if (indexesStale || IndexesRequireRebuild())
-        Rebuild();
+    place = PlaceOf(place);
+}
+
+void LinkList::StampAll() noexcept {
+    for (ObjectInfo* const right : entries)
+        if (right != nullptr)
+            right->ProcessModificationRequest();
 }
 
 void LinkList::TellCreated(ObjectInfo& right) {
+    if (indexesStale)
+        return;
     std::size_t told = 0;
     try {
         for (; told < indexes.size(); ++told)
             indexes[told]->ObjectCreated(Ref<Object>(&right));
     } catch (...) {
-        while (told > 0)
-            indexes[--told]->ObjectDeleted(Ref<Object>(&right));
+        indexesStale = told > 0;   // some have it, some not
         throw;
     }
 }
 
+void LinkList::TellArrived(ObjectInfo& right) noexcept {
+    try {
+        TellCreated(right);
+    } catch (...) {
+        indexesStale = true;
+    }
+}
+
 void LinkList::TellDeleted(ObjectInfo& right) noexcept {
-    for (const auto& index : indexes)
-        index->ObjectDeleted(Ref<Object>(&right));
+    if (indexesStale)
+        return;
+    try {
+        for (const auto& index : indexes)
+            index->ObjectDeleted(Ref<Object>(&right));
+    } catch (...) {
+        indexesStale = true;
+    }
 }
 
 void LinkList::TellModified(ObjectInfo& right) noexcept {
+    if (indexesStale)
+        return;
     try {
         for (const auto& index : indexes)
             if (index->FollowsModifications())
@@ -213,7 +263,7 @@ bool LinkList::IndexesRequireRebuild() const {
     return std::any_of(indexes.begin(), indexes.end(), [](const auto& index) { return index->RequiresRebuild(); });
 }
 
-void LinkList::Rebuild() {
+void LinkList::Rebuild() noexcept {
     try {
         for (const auto& index : indexes) {
             index->Clear();
@@ -241,6 +291,28 @@ void LinkList::DetachIndexes() noexcept {
     Drain();
     indexes.clear();
     followed = false;
+    indexesStale = false;
+}
+
+void LinkList::Rebind(ObjectInfo& newLeft) noexcept {
+    left = &newLeft;
+    try {
+        for (const auto& index : indexes)
+            index->ScopeAssigned(Ref<Object>(left));
+    } catch (...) {
+        indexesStale = true;
+    }
+}
+
+void LinkList::Replace(std::uint32_t place, ObjectInfo& newRight) noexcept {
+    ObjectInfo* const oldRight = std::exchange(entries[place], &newRight);
+    for (auto* walk = walks; walk != nullptr; walk = walk->outer)
+        if (walk->snapshot != nullptr)
+            for (ObjectInfo*& record : *walk->snapshot)
+                if (record == oldRight) {
+                    newRight.AddReference();
+                    std::exchange(record, &newRight)->ReleaseObjectInfo();
+                }
 }
 
 bool LinkList::CheckInvariants() const {
@@ -256,21 +328,30 @@ bool LinkList::CheckInvariants() const {
     return live == count && queue.capacity() >= entries.size();
 }
 
+void TellLeft(LeftEvent event, const Association1NUntyped& association, ObjectInfo& left, ObjectInfo& right) {
+    if (!association.GetProperties().Has(AssociationProperty::EventSending) || !left.IsAlive())
+        return;
+    const Kest::EventSource::Announcement announcement;
+    (left.GetObject()->*event)(association, ConstRef<Object>(&right));
+}
+
 void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept {
-    list.Drain(&right);
-    list.TellDeleted(right);
-    const bool tell = reason != CutReason::Silent && list.GetLeft().IsAlive() &&
-                      list.GetAssociation().GetProperties().Has(AssociationProperty::EventSending);
-    const Ref<Object> left(tell ? &list.GetLeft() : &NullObjectInfo);
-    const ConstRef<Object> rightRef(&right);
     const Association1NUntyped& association = list.GetAssociation();
-    if (tell && reason == CutReason::RightDeleted)
-        left.GetLogicalConst()->ObjectDeleted(association, rightRef);
-    list.GetLeft().ProcessModificationRequest();
+    ObjectInfo& left = list.GetLeft();
+    const ConstRef<Object> heldLeft(&left);
+    const ConstRef<Object> heldRight(&right);
+    if (reason == CutReason::RightDeleted) {
+        TellLeft(&Object::ObjectDeleted, association, left, right);
+        if (LinkTable::FindRight(right, association) != &list)
+            return;   // deleting the left object was the answer
+    }
+    list.Drain(right.GetObject());
+    list.TellDeleted(right);
+    left.ProcessModificationRequest();
     list.Remove(right);
     right.ProcessModificationRequest();
-    if (tell && reason == CutReason::Disconnected)
-        left.GetLogicalConst()->ObjectDisconnected(association, rightRef);
+    if (reason == CutReason::Disconnected)
+        TellLeft(&Object::ObjectDisconnected, association, left, right);
 }
 
 bool IsOwned(ObjectInfo& record) noexcept {
@@ -357,7 +438,7 @@ void LinkTable::Transfer(ObjectInfo& from, ObjectInfo& to) noexcept {
     });
     if (LinkTable* const table = Find(to))
         for (const auto& list : table->lists)
-            list->Rebind(from, to);
+            list->Rebind(to);
 }
 
 Association1NUntyped::RightWalk::RightWalk(const Association1NUntyped& association, const RefBase& left) noexcept

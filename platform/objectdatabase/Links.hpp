@@ -51,12 +51,18 @@ public:
     std::vector<ObjectInfo*> GetAll() const;
 
     void Queue(ObjectInfo& right, std::uint32_t& place) noexcept;
-    /// Shows the queued objects to the indexes, in the order of their last changes; \p changing, about to be changed by
-    /// its own operation, is left out.
-    void Drain(const ObjectInfo* changing = nullptr) noexcept;
-    bool HasQueue() const noexcept { return !queue.empty(); }
+    /// Brings the indexes up to date: shows them the queued objects in the order of their last changes, but for
+    /// \p changing, about to be changed by its own operation, which stays queued.
+    void Drain(const Object* changing = nullptr) noexcept;
+    /// Takes the object at \p place out of the queue, where it is the only one: the indexes have just seen it.
+    void Forget(std::uint32_t& place) noexcept;
+    /// Stamps and queues all right objects.
+    void StampAll() noexcept;
 
+    /// \throws what an index throws; then none of them has \p right
     void TellCreated(ObjectInfo& right);
+    /// \p right stands in the list already, under another record until now.
+    void TellArrived(ObjectInfo& right) noexcept;
     void TellDeleted(ObjectInfo& right) noexcept;
     /// A change that passed the gate: brings the indexes up to date.
     void TellModified(ObjectInfo& right) noexcept;
@@ -64,10 +70,12 @@ public:
     void AttachIndex(std::unique_ptr<Index> index);
     void DetachIndexes() noexcept;
     const std::vector<std::unique_ptr<Index>>& GetIndexes() const noexcept { return indexes; }
+    /// Whether the indexes may answer: false when they could not be brought up to date for want of memory.
+    bool AreIndexesCurrent() const noexcept { return !indexesStale; }
 
     bool CheckInvariants() const;
-    void Rebind(ObjectInfo& oldLeft, ObjectInfo& newLeft) noexcept { left = &oldLeft == left ? &newLeft : left; }
-    void Replace(std::uint32_t place, ObjectInfo& newRight) noexcept { entries[place] = &newRight; }
+    void Rebind(ObjectInfo& newLeft) noexcept;
+    void Replace(std::uint32_t place, ObjectInfo& newRight) noexcept;
 
 private:
     friend class Association1NUntyped::RightWalk;
@@ -75,7 +83,8 @@ private:
     bool MayCompact() const noexcept;
     void Compact() noexcept;
     void TakeSnapshots();
-    void Rebuild();
+    void ShowQueue(const Object* changing) noexcept;
+    void Rebuild() noexcept;
     bool IndexesRequireRebuild() const;
 
     const Association1NUntyped& association;
@@ -83,12 +92,14 @@ private:
     std::vector<ObjectInfo*> entries;   // null where a link was cut
     std::size_t first = 0;              // no live entry stands before it
     std::size_t count = 0;
-    std::vector<std::uint32_t> queue;   // places; each at most once
+    std::vector<std::uint32_t> queue;   // places; each at most once behind the first `shown`
+    std::size_t shown = 0;              // those of the queue that the indexes have seen while it is drained
     std::vector<std::unique_ptr<Index>> indexes;
     Association1NUntyped::RightWalk* walks = nullptr;
-    bool followed = false;      // some index follows modifications
+    bool followed = false;   // some index follows modifications
     bool draining = false;
-    bool indexesStale = false;  // an index could not be told of a change for want of memory
+    bool indexesStale =
+        false;   // an index could not take a change: all are filled anew before they hear or answer again
 };
 
 /// Where a right object stands.
@@ -141,10 +152,17 @@ public:
     static constexpr std::uintptr_t TableBit = 1;
 };
 
+using LeftEvent = void (Object::*)(const Association1NUntyped& association, const ConstRef<Object>& right);
+
+/// Sends the left object an event about \p right, when the association sends events and the object lives. It stays in
+/// memory until it returns, whatever it does.
+void TellLeft(LeftEvent event, const Association1NUntyped& association, ObjectInfo& left, ObjectInfo& right);
+
 /// Why a link is cut, which decides what the left object is told.
 enum class CutReason { Silent, Disconnected, RightDeleted };
 
-/// Cuts the link of \p right in \p list: indexes first, then both ends, then the stamps and the event. Destroys nothing.
+/// Cuts the link of \p right in \p list: indexes first, then both ends, then the event. Destroys nothing. Of a deletion
+/// the left object hears before.
 void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept;
 
 /// Whether \p record has an owner.

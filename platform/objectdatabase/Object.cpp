@@ -28,23 +28,17 @@ const Kest::ClassInfo* Object::GetClassInfo() const {
     return GetClassInfoStatic();
 }
 
-void Object::ObjectConnected(const Association1NUntyped&, const ConstRef<Object>&) {
-}
+void Object::ObjectConnected(const Association1NUntyped&, const ConstRef<Object>&) {}
 
-void Object::ObjectDisconnected(const Association1NUntyped&, const ConstRef<Object>&) {
-}
+void Object::ObjectDisconnected(const Association1NUntyped&, const ConstRef<Object>&) {}
 
-void Object::ObjectDeleted(const Association1NUntyped&, const ConstRef<Object>&) {
-}
+void Object::ObjectDeleted(const Association1NUntyped&, const ConstRef<Object>&) {}
 
-void Object::ObjectModified(const Association1NUntyped&, const ConstRef<Object>&) {
-}
+void Object::ObjectModified(const Association1NUntyped&, const ConstRef<Object>&) {}
 
-void Object::ObjectReordered(const Association1NUntyped&, const ConstRef<Object>&) {
-}
+void Object::ObjectReordered(const Association1NUntyped&, const ConstRef<Object>&) {}
 
-void Object::InitializeLazyData() {
-}
+void Object::InitializeLazyData() {}
 
 Object::IsolatedState* Object::CreateIsolatedState() const {
     return new IsolatedState;
@@ -69,16 +63,17 @@ std::size_t Object::GetIsolatedSize() const {
 }
 
 int Object::Isolate() {
-    if (info == nullptr)
+    ObjectInfo* const record = FindInfo();
+    if (record == nullptr || record->IsDying())
         return 0;
     LinkList* list = nullptr;
     const auto takeFirst = [&list](LinkList& found, std::uint32_t) {
         list = &found;
         return true;
     };
-    while (LinkTable::AnyRight(*info, takeFirst))
-        CutLink(*list, *info, CutReason::Silent);
-    if (LinkTable* const table = LinkTable::Find(*info))
+    while (LinkTable::AnyRight(*record, takeFirst))
+        CutLink(*list, *record, CutReason::Silent);
+    if (LinkTable* const table = LinkTable::Find(*record))
         for (const auto& rights : table->lists)
             while (ObjectInfo* const right = rights->GetFirst())
                 CutLink(*rights, *right, CutReason::Silent);
@@ -86,18 +81,21 @@ int Object::Isolate() {
 }
 
 ObjectInfo* Object::GetInfo() const {
-    if (info == nullptr) {
-        info = GetRecordPool().Make();
-        info->object = const_cast<Object*>(this);
-        info->AddReference();
+    if (IsBuried())
+        return &NullObjectInfo;
+    if (info == 0) {
+        ObjectInfo* const record = GetRecordPool().Make();
+        record->object = const_cast<Object*>(this);
+        record->AddReference();
+        SetInfo(record);
     }
-    return info;
+    return FindInfo();
 }
 
 void Object::LeaveDatabase() noexcept {
-    if (info == nullptr)
+    if (FindInfo() == nullptr)
         return;
-    ObjectInfo& record = *info;
+    ObjectInfo& record = *FindInfo();
     record.stamp |= ObjectInfo::DeletingFlag;
     while (ObjectInfo* const owned = Database::FindDoomed(record))
         Database::DeleteObject(Ref<Object>(owned));
@@ -120,25 +118,48 @@ std::size_t DynamicObject::GetIsolatedSize() const {
 }
 
 void ModificationGate::Open() noexcept {
-    if (object.info != nullptr)
-        object.info->Stamp();
+    if (ObjectInfo* const record = object.FindInfo())
+        record->Stamp();
 }
 
 void ModificationGate::Close() {
     open = false;
-    if (object.info == nullptr || object.info->links == 0)
+    ObjectInfo* const record = object.FindInfo();
+    if (record == nullptr || record->links == 0)
         return;
-    ObjectInfo& record = *object.info;
-    LinkTable::AnyRight(record, [&record](LinkList& list, std::uint32_t) {
-        list.Drain(&record);
-        list.TellModified(record);
+    bool sends = false;
+    LinkTable::AnyRight(*record, [&](LinkList& list, std::uint32_t& place) {
+        list.Drain(&object);
+        list.TellModified(*record);
+        list.Forget(place);
         const AssociationProperty& properties = list.GetAssociation().GetProperties();
         if (properties.Has(AssociationProperty::OwnerPropagation))
             list.GetLeft().ProcessModificationRequest();
-        if (properties.Has(AssociationProperty::EventSending) && list.GetLeft().IsAlive())
-            list.GetLeft().GetObject()->ObjectModified(list.GetAssociation(), ConstRef<Object>(&record));
+        sends = sends || properties.Has(AssociationProperty::EventSending);
         return false;
     });
+    if (const LinkTable* const table = LinkTable::Find(*record))
+        for (const auto& rights : table->lists)
+            if (rights->GetAssociation().GetProperties().Has(AssociationProperty::UserPropagation))
+                rights->StampAll();
+    if (sends)
+        SendModified(*record);
+}
+
+// Whoever is told may cut and make links of the object: each turn looks afresh.
+void ModificationGate::SendModified(ObjectInfo& record) {
+    const ConstRef<Object> held(&record);
+    for (std::size_t turn = 0;; ++turn) {
+        LinkList* list = nullptr;
+        std::size_t place = 0;
+        const auto isTurn = [&](LinkList& found, std::uint32_t) {
+            list = &found;
+            return place++ == turn;
+        };
+        if (!LinkTable::AnyRight(record, isTurn))
+            return;
+        TellLeft(&Object::ObjectModified, list->GetAssociation(), list->GetLeft(), record);
+    }
 }
 
 }   // namespace ODB

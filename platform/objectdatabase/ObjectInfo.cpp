@@ -27,18 +27,28 @@ void ObjectInfo::QueueOnLists() noexcept {
     });
 }
 
-// An object arrives under the identity of this dead record: the references of both come to name this one.
+// An object arrives under the identity of this dead record: the references of both come to name this one, and indexes
+// file the object anew.
 void ObjectInfo::TakeOver(ObjectInfo& other) noexcept {
-    LinkTable::Transfer(other, *this);
+    LinkTable::AnyRight(other, [&other](LinkList& list, std::uint32_t) {
+        list.Drain();
+        list.TellDeleted(other);
+        return false;
+    });
     object = std::exchange(other.object, nullptr);
-    object->info = this;
+    object->SetInfo(this);
     AddReference();
+    LinkTable::Transfer(other, *this);
     stamp = other.stamp & ManagedFlag;
     Stamp();
     other.stamp |= MovedFlag;
     other.successor = this;
     AddReference();
     other.ReleaseObjectInfo();   // the object's own
+    LinkTable::AnyRight(*this, [this](LinkList& list, std::uint32_t) {
+        list.TellArrived(*this);
+        return false;
+    });
 }
 
 void ObjectInfo::Free() noexcept {

@@ -32,8 +32,7 @@ int Query::ExecuteCustom(const Scope* scope, RefList<ODB::Object>* result) const
     return Collect(*this, scope, result);
 }
 
-void Query::DeleteChildren() {
-}
+void Query::DeleteChildren() {}
 
 Kest::UniString Query::ToText() const {
     return Kest::UniString(GetClassInfo()->GetName());

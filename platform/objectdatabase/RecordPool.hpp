@@ -35,8 +35,12 @@ private:
     };
 
 #if defined(ODB_RECORDS_ON_HEAP)
-    void* Take() { return ::operator new(sizeof(Slot)); }
-    void Give(T* item) noexcept { ::operator delete(static_cast<void*>(item)); }
+    void* Take() {
+        return ::operator new(sizeof(Slot));
+    }
+    void Give(T* item) noexcept {
+        ::operator delete(static_cast<void*>(item));
+    }
 #else
     static constexpr std::size_t SlotsPerSlab = 256;
 

@@ -33,7 +33,7 @@ void RefBase::GenerateId(IdSpace* idSpace) {
         return;
     }
     const Id fresh = space.MakeFreeId();
-    space.records->Reserve(space.records->GetSize() + 1);
+    space.ReserveOne();
     if (info->space != nullptr)
         info->space->Leave(*info);
     space.Enter(*info, fresh);
@@ -51,11 +51,11 @@ bool RefBase::Init(const Id& id, IdSpace* idSpace) {
     }
     ObjectInfo* const taken = space.FindRecord(wanted);
     if (taken == nullptr) {
-        space.records->Reserve(space.records->GetSize() + 1);
+        space.ReserveOne();
         space.Enter(*info, wanted);
         return true;
     }
-    if (taken->IsAlive())
+    if (taken->IsAlive() || info->IsDying())
         return false;
     taken->TakeOver(*info);
     return FollowSuccessor();

@@ -48,17 +48,26 @@ public:
     /// that has to take the source away while it announces, and frees it when the announcement has ended.
     void Close() noexcept;
 
-    /// Whether any source of this thread is walking over its observers.
+    /// Marks that this thread is announcing something. Every walk is one; whoever tells an object of an event without
+    /// a walk makes one around the call, so that the object stays in memory until it returns.
+    class KEST_API Announcement {
+    public:
+        Announcement() noexcept;
+        ~Announcement();
+        Announcement(const Announcement&) = delete;
+        Announcement& operator=(const Announcement&) = delete;
+    };
+
+    /// Whether this thread is announcing something.
     static bool IsAnnouncing() noexcept;
 
-    /// Has \p call made once, as soon as the outermost walk of this thread has ended; immediately when there is none.
-    /// Several requests for one function during one walk are one; there is one such function in a process.
+    /// Has \p call made once, as soon as the outermost announcement of this thread has ended; immediately when there is
+    /// none. Several requests for one function are one; there is one such function in a process.
     static void CallWhenQuiet(void (*call)()) noexcept;
 
 private:
     struct ObserverList;
     struct ActiveWalk;
-    class Announcement;
 
     void Walk(void* function, void (*call)(void*, EventObserver&)) const;
     std::size_t Count() const noexcept;

@@ -20,8 +20,8 @@ class LinkList;
 /// A kind of one-to-many link: a left object has any number of right objects in an order, a right object at most one
 /// left object.
 ///
-/// Links keep the order of connecting. Making, finding and cutting one is amortised constant. An enumeration visits what
-/// was linked when it began and is still linked at its turn, whatever the callback does. Making and cutting a link
+/// Links keep the order of connecting. Making, finding and cutting one is amortised constant. An enumeration visits
+/// what was linked when it began and is still linked at its turn, whatever the callback does. Making and cutting a link
 /// changes both its ends. Associations are statics of the library that defines their classes; they do not die before
 /// the objects they link.
 class ODB_API Association1NUntyped {
@@ -48,7 +48,8 @@ public:
     /// Links \p right behind the last right object of \p left. A link of \p right to another left object is cut first,
     /// without destroying anything; one to \p left stays where it is. An owning association takes \p right over for
     /// the database, in the id space of \p left when it has no id.
-    /// \returns 0, -7001 for a null or dead end, -7003 for an end of a wrong class or an object that would own itself
+    /// \returns 0, -7001 for a null or dead end or one that is being deleted, -7003 for an end of a wrong class or an
+    /// object that would own itself
     /// \throws std::bad_alloc, and what an index throws, with nothing changed
     int Connect(const Ref<Object>& left, const Ref<Object>& right) const;
 
@@ -115,7 +116,8 @@ public:
     /// Gives each left object an index of its own, from its first link on. Only for associations with RightIndexBase;
     /// to be called before anything is linked.
     void SetRightIndexFactory(IndexFactory factory);
-    /// Adds \p index, filled with what is linked, to the indexes of \p left. \returns 0, or -7003 without RightIndexBase
+    /// Adds \p index, filled with what is linked, to the indexes of \p left. \returns 0, or -7003 without
+    /// RightIndexBase
     int AttachRightIndices(const Ref<Object>& left, std::unique_ptr<Index> index) const;
     /// The indexes of \p left, owned by the association, after they have seen all changes.
     Kest::Array<const Index*> GetAttachedRightIndices(const RefBase& left) const;
@@ -126,8 +128,9 @@ public:
     /// Notes that \p right was changed, for the indexes above it.
     void InvalidateRightIndicesWithObjectModification(const Ref<Object>& right) const noexcept;
 
-    /// The first index of \p left after it has seen all changes; null when there is none. The fast way to an index
-    /// whose class is known. Allocates nothing.
+    /// The first index of \p left after it has seen all changes; null when there is none, or while it has lost changes
+    /// for want of memory. The fast way to an index whose class is known. Allocates nothing but to fill such an index
+    /// anew.
     Index* FindRightIndex(const ObjectInfo& left) const noexcept;
     /// The same, leaving out what was noted of \p changing, which is about to be changed by its own operation.
     Index* FindRightIndexForChange(const ObjectInfo& left, const Object& changing) const noexcept;
@@ -159,6 +162,7 @@ public:
 private:
     int Check(const RefBase& left, const RefBase& right) const;
     int Link(const Ref<Object>& left, const Ref<Object>& right, bool sendEvents) const;
+    void SendConnected(const ConstRef<Object>& oldLeft, const Ref<Object>& left, const Ref<Object>& right) const;
     int Unlink(const Ref<Object>& left, const Ref<Object>& right, bool isolated) const;
     void UnlinkAll(ObjectInfo& left, bool sendEvents) const;
     int Reorder(const Ref<Object>& left, const Ref<Object>& right, std::size_t from, std::size_t to,

@@ -24,12 +24,12 @@ private:
 class ODB_API AssociationProperty {
 public:
     enum Bit : std::uint32_t {
-        Ownership = 1,            ///< the left object owns the right one: without an owner an owned object is destroyed
-        DeletePropagation = 2,    ///< deleting the left object deletes the right ones, without owning them
-        OwnerPropagation = 4,     ///< a change of the right object counts as a change of the left one
-        UserPropagation = 8,      ///< a change of the left object counts as a change of the right ones
-        EventSending = 16,        ///< the left object is told through its association events
-        RightIndexBase = 32,      ///< indexes may hang on the right side
+        Ownership = 1,           ///< the left object owns the right one: without an owner an owned object is destroyed
+        DeletePropagation = 2,   ///< deleting the left object deletes the right ones that nobody else owns
+        OwnerPropagation = 4,    ///< a change of the right object counts as a change of the left one
+        UserPropagation = 8,     ///< a change of the left object counts as a change of the right ones
+        EventSending = 16,       ///< the left object is told through its association events
+        RightIndexBase = 32,     ///< indexes may hang on the right side
     };
 
     AssociationProperty() = default;

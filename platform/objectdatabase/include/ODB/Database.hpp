@@ -20,9 +20,9 @@ public:
     static int AddIsolatedObject(const Ref<Object>& object, bool generateId);
 
     /// Deletes \p object and what it alone owns, owned before owner: cuts the links, kills the references, frees the
-    /// memory. While any event source announces, the memory waits for the end of the outermost announcement; observers
-    /// of a deleted source hear SourceDestroyed at once and nothing after. Never fails, never recurses deeply; a null or
-    /// dead reference is ignored.
+    /// memory. While anything is announced, the memory waits for the end of the outermost announcement; observers of a
+    /// deleted source hear SourceDestroyed at once and nothing after. Never fails, never recurses deeply; a null or
+    /// dead reference is ignored. An object on its way out is neither linked nor unlinked nor moved by anybody else.
     static void DeleteObject(const Ref<Object>& object) noexcept;
 
 private:
@@ -30,7 +30,8 @@ private:
     friend class Object;
 
     static ObjectInfo* FindDoomed(ObjectInfo& owner) noexcept;
-    static ObjectInfo& FindDoomingOwner(ObjectInfo& record) noexcept;
+    static LinkList* FindOtherOwner(ObjectInfo& right, const LinkList& list) noexcept;
+    static ObjectInfo* FindDoomingOwner(ObjectInfo& record) noexcept;
     static void Detach(ObjectInfo& record) noexcept;
     static void DestroyOne(ObjectInfo& record) noexcept;
     static void DestroyIfUnowned(ObjectInfo& record) noexcept;

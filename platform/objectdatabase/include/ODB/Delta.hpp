@@ -77,20 +77,22 @@ private:
     Kest::HashTable<Id, std::size_t> places;   // of the new objects
 };
 
-/// Puts into \p delta what is among \p newObjects and not among \p oldObjects, with the links that \p boundary names, in
-/// the order of the objects and of their links. Only objects that \p filter lets pass take part.
-/// \returns 0, -7001 for a null delta, or what storing an object's state returns; then the delta is empty
+/// Puts into \p delta what is among \p newObjects and not among \p oldObjects, with the links that \p boundary names,
+/// in the order of the objects and of their links. Only objects that \p filter lets pass take part. \returns 0, -7001
+/// for a null delta or a null or dead object, -7003 for an object without an id, -108 when memory runs out, or what
+/// storing an object's state returns; then the delta is empty
 ODB_API int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta* delta,
                         LinkBoundary boundary, const ObjectFilter& filter);
 
 /// Makes the objects and links of \p delta in \p target: checks all ids, makes all objects, restores all contents, then
 /// makes the links in the delta's order. All or nothing; no observer is told.
 /// \returns 0, or -7003 with nothing changed when an id is taken in \p target, a class cannot be made, a content
-/// cannot be restored or a link names an object that is not there; -108 with nothing changed when memory runs out
+/// cannot be restored, or a link's right object is not new or its left object is not there; -108 with nothing changed
+/// when memory runs out
 ODB_API int MergeDelta(IdSpace& target, const Delta& delta);
 
-/// \p objects and everything that they own, directly or through others: owners before what they own, in link order, each
-/// once. Objects that \p filter rejects are left out with what they own.
+/// \p objects and everything that they own, directly or through others: each once, behind the owner through which it
+/// was first met, in link order. Objects that \p filter rejects are left out with what they own.
 ODB_API RefList<Object> DetermineOwnedObjectSet(const RefList<Object>& objects, const ObjectFilter& filter = nullptr);
 
 }   // namespace ODB

@@ -13,6 +13,7 @@
 
 namespace ODB {
 
+class Association1NUntyped;
 class RecordTable;
 
 /// A space of object identities. Destroying it destroys the objects of the database in it; other objects lose their id.
@@ -66,6 +67,7 @@ public:
     };
 
 private:
+    friend class Association1NUntyped;
     friend class Database;
     friend class Object;
     friend class ObjectInfo;
@@ -74,8 +76,10 @@ private:
     // The record of `id`, made when there is none: alive, dead, or still without its object.
     ObjectInfo& GetRecord(const Id& id);
     ObjectInfo* FindRecord(const Id& id) const noexcept;
-    // Gives a record without a space the identity; the caller has made sure that it is free.
-    void Enter(ObjectInfo& record, const Id& id);
+    // Gives a record without a space the identity; the caller has made sure that it is free and that there is room.
+    void Enter(ObjectInfo& record, const Id& id) noexcept;
+    void ReserveOne();
+    bool DeleteObjects(bool owned) noexcept;
     void Leave(ObjectInfo& record) noexcept;
     Id MakeFreeId() const;
 

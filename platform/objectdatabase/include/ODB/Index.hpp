@@ -35,6 +35,9 @@ public:
     /// Whether the index must be cleared and filled again before its next answer.
     virtual bool RequiresRebuild() const;
 
+    using Object::ObjectDeleted;
+    using Object::ObjectModified;
+
     /// \p object was linked.
     virtual void ObjectCreated(const Ref<Object>& object) = 0;
     /// \p object may have changed.

@@ -69,14 +69,17 @@ public:
     /// Cuts all links of the object, without destroying what they linked.
     virtual int Isolate();
 
-    /// The record, made when there is none yet.
+    /// The record, made when there is none yet; NullObjectInfo for an object that was deleted during an announcement
+    /// and only waits for its memory to be freed.
     /// \throws std::bad_alloc
     ObjectInfo* GetInfo() const;
 
     /// The id, the null id when the object has none.
-    const Id& GetId() const noexcept { return info != nullptr ? info->GetId() : NullId; }
-    IdSpace* GetIdSpace() const noexcept { return info != nullptr ? info->GetIdSpace() : nullptr; }
-    std::uint64_t GetModificationStamp() const noexcept { return info != nullptr ? info->GetModificationStamp() : 0; }
+    const Id& GetId() const noexcept { return FindInfo() != nullptr ? FindInfo()->GetId() : NullId; }
+    IdSpace* GetIdSpace() const noexcept { return FindInfo() != nullptr ? FindInfo()->GetIdSpace() : nullptr; }
+    std::uint64_t GetModificationStamp() const noexcept {
+        return FindInfo() != nullptr ? FindInfo()->GetModificationStamp() : 0;
+    }
 
 protected:
     /// Cuts the links, deletes what the object alone owns and kills the references. A class that an index looks into
@@ -94,7 +97,14 @@ private:
     friend class RefBase;
     friend class ModificationGate;
 
-    mutable ObjectInfo* info = nullptr;   // counted
+    static constexpr std::uintptr_t BuriedBit = 1;
+
+    bool IsBuried() const noexcept { return (info & BuriedBit) != 0; }
+    ObjectInfo* FindInfo() const noexcept { return IsBuried() ? nullptr : reinterpret_cast<ObjectInfo*>(info); }
+    void SetInfo(ObjectInfo* record) const noexcept { info = reinterpret_cast<std::uintptr_t>(record); }
+
+    // 0, the counted record, or (lowest bit set) the object to be freed next
+    mutable std::uintptr_t info = 0;
 };
 
 /// An object that carries its class record, so that one C++ class can serve several records.
@@ -122,8 +132,8 @@ private:
 /// The gate that an object's own mutators pass: opened before the first write, closed after the last one and before
 /// anything is announced.
 ///
-/// Opening stamps the object. Closing shows the changed object to the indexes above it; before that, everything that was
-/// noted for them is looked at, in the order of the changes. The destructor closes a gate that is still open.
+/// Opening stamps the object. Closing shows the changed object to the indexes above it; before that, everything that
+/// was noted for them is looked at, in the order of the changes. The destructor closes a gate that is still open.
 class ODB_API ModificationGate {
 public:
     explicit ModificationGate(const Object& changing) noexcept : object(changing) { Open(); }
@@ -138,6 +148,7 @@ public:
 
 private:
     void Open() noexcept;
+    static void SendModified(ObjectInfo& record);
 
     const Object& object;
     bool open = true;

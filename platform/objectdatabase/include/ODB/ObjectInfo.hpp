@@ -57,7 +57,9 @@ public:
     }
 
     /// The record that took this one's place when its object took an id that had a record already; null for most.
-    ObjectInfo* GetSuccessor() const noexcept { return object == nullptr && (stamp & MovedFlag) != 0 ? successor : nullptr; }
+    ObjectInfo* GetSuccessor() const noexcept {
+        return object == nullptr && (stamp & MovedFlag) != 0 ? successor : nullptr;
+    }
 
     /// The newest stamp that was given: no object of the process was changed after it.
     static std::uint64_t GetLastStamp() noexcept { return lastStamp.load(std::memory_order_relaxed); }
@@ -79,6 +81,7 @@ private:
     friend class RecordPool;
 
     constexpr ObjectInfo() noexcept = default;
+    bool IsDying() const noexcept { return (stamp & DeletingFlag) != 0; }
     void Stamp() noexcept {
         const std::uint64_t next = lastStamp.load(std::memory_order_relaxed) + 1;
         lastStamp.store(next, std::memory_order_relaxed);
