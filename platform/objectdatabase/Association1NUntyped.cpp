@@ -132,7 +132,8 @@ int Association1NUntyped::Link(const Ref<Object>& left, const Ref<Object>& right
     list.TellCreated(rightRecord);
 
     // From here on nothing fails.
-    const ConstRef<Object> oldLeft(old != nullptr ? &old->GetLeft() : &NullObjectInfo);
+    const bool tells = sendEvents && properties.Has(AssociationProperty::EventSending);
+    const ConstRef<Object> oldLeft(tells && old != nullptr ? &old->GetLeft() : &NullObjectInfo);
     if (old != nullptr)
         CutLink(*old, rightRecord, CutReason::Silent);
     if (identify)
@@ -142,7 +143,7 @@ int Association1NUntyped::Link(const Ref<Object>& left, const Ref<Object>& right
     leftRecord.ProcessModificationRequest();
     rightRecord.ProcessModificationRequest();
     list.Append(rightRecord);
-    if (sendEvents)
+    if (tells)
         SendConnected(oldLeft, left, right);
     return 0;
 }
@@ -425,7 +426,8 @@ Index* Association1NUntyped::FindRightIndex(const ObjectInfo& left) const noexce
     LinkList* const list = LinkList::Find(left, *this);
     if (list == nullptr || list->GetIndexes().empty())
         return nullptr;
-    list->Drain();
+    if (list->HasPending())
+        list->Drain();
     return list->AreIndexesCurrent() ? list->GetIndexes().front().get() : nullptr;
 }
 
@@ -433,7 +435,8 @@ Index* Association1NUntyped::FindRightIndexForChange(const ObjectInfo& left, con
     LinkList* const list = LinkList::Find(left, *this);
     if (list == nullptr || list->GetIndexes().empty())
         return nullptr;
-    list->Drain(&changing);
+    if (list->HasPending())
+        list->Drain(&changing);
     return list->AreIndexesCurrent() ? list->GetIndexes().front().get() : nullptr;
 }
 

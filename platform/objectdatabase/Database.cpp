@@ -44,8 +44,12 @@ void Database::DeleteObject(const Ref<Object>& object) noexcept {
     ObjectInfo& root = *object.GetInfo();
     if (!root.IsAlive() || (root.stamp & ObjectInfo::DeletingFlag) != 0)
         return;
-    root.AddReference();   // `object` itself may die on the way
     root.stamp |= ObjectInfo::DeletingFlag;
+    if (LinkTable::Find(root) == nullptr) {
+        DestroyOne(root);
+        return;
+    }
+    root.AddReference();   // `object` itself may die on the way
     Ref<Object> record(&root);   // counted: whoever hears of the deletions may do anything
     while (root.IsAlive()) {
         if (ObjectInfo* const owned = FindDoomed(*record.GetInfo())) {

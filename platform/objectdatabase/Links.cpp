@@ -53,7 +53,8 @@ void LinkList::ReserveOne() {
         Compact();
     if (entries.size() == entries.capacity())
         entries.reserve(std::max<std::size_t>(4, entries.size() * 2));
-    queue.reserve(entries.capacity());
+    if (followed)
+        queue.reserve(entries.capacity());
     for (const auto& index : indexes)
         index->Reserve(count + 1);
 }
@@ -221,7 +222,7 @@ void LinkList::TellCreated(ObjectInfo& right) {
     std::size_t told = 0;
     try {
         for (; told < indexes.size(); ++told)
-            indexes[told]->ObjectCreated(Ref<Object>(&right));
+            indexes[told]->ObjectCreated(Borrowed<Ref<Object>>(right));
     } catch (...) {
         indexesStale = told > 0;   // some have it, some not
         throw;
@@ -241,7 +242,7 @@ void LinkList::TellDeleted(ObjectInfo& right) noexcept {
         return;
     try {
         for (const auto& index : indexes)
-            index->ObjectDeleted(Ref<Object>(&right));
+            index->ObjectDeleted(Borrowed<Ref<Object>>(right));
     } catch (...) {
         indexesStale = true;
     }
@@ -253,7 +254,7 @@ void LinkList::TellModified(ObjectInfo& right) noexcept {
     try {
         for (const auto& index : indexes)
             if (index->FollowsModifications())
-                index->ObjectModified(Ref<Object>(&right));
+                index->ObjectModified(Borrowed<Ref<Object>>(right));
     } catch (...) {
         indexesStale = true;   // the change stands; the indexes are filled anew before they answer again
     }
@@ -269,7 +270,7 @@ void LinkList::Rebuild() noexcept {
             index->Clear();
             for (ObjectInfo* const right : entries)
                 if (right != nullptr)
-                    index->ObjectCreated(Ref<Object>(right));
+                    index->ObjectCreated(Borrowed<Ref<Object>>(*right));
         }
         indexesStale = false;
     } catch (...) {
@@ -282,7 +283,9 @@ void LinkList::AttachIndex(std::unique_ptr<Index> index) {
     index->ScopeAssigned(Ref<Object>(left));
     for (ObjectInfo* const right : entries)
         if (right != nullptr)
-            index->ObjectCreated(Ref<Object>(right));
+            index->ObjectCreated(Borrowed<Ref<Object>>(*right));
+    if (index->FollowsModifications())
+        queue.reserve(entries.capacity());
     followed = followed || index->FollowsModifications();
     indexes.push_back(std::move(index));
 }
@@ -325,7 +328,7 @@ bool LinkList::CheckInvariants() const {
         if (place < first || end == nullptr || PlaceOf(*end) != place || !entries[place]->IsAlive())
             return false;
     }
-    return live == count && queue.capacity() >= entries.size();
+    return live == count && (!followed || queue.capacity() >= entries.size());
 }
 
 void TellLeft(LeftEvent event, const Association1NUntyped& association, ObjectInfo& left, ObjectInfo& right) {
@@ -335,21 +338,35 @@ void TellLeft(LeftEvent event, const Association1NUntyped& association, ObjectIn
     (left.GetObject()->*event)(association, ConstRef<Object>(&right));
 }
 
+namespace {
+
+void CutSilently(LinkList& list, ObjectInfo& right) noexcept {
+    list.Drain(right.GetObject());
+    list.TellDeleted(right);
+    list.GetLeft().ProcessModificationRequest();
+    list.Remove(right);
+    right.ProcessModificationRequest();
+}
+
+}   // namespace
+
 void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept {
     const Association1NUntyped& association = list.GetAssociation();
     ObjectInfo& left = list.GetLeft();
-    const ConstRef<Object> heldLeft(&left);
+    if (!association.GetProperties().Has(AssociationProperty::EventSending))
+        reason = CutReason::Silent;
+    if (reason == CutReason::Silent) {
+        CutSilently(list, right);
+        return;
+    }
+    const ConstRef<Object> heldLeft(&left);   // whoever is told may do anything
     const ConstRef<Object> heldRight(&right);
     if (reason == CutReason::RightDeleted) {
         TellLeft(&Object::ObjectDeleted, association, left, right);
         if (LinkTable::FindRight(right, association) != &list)
             return;   // deleting the left object was the answer
     }
-    list.Drain(right.GetObject());
-    list.TellDeleted(right);
-    left.ProcessModificationRequest();
-    list.Remove(right);
-    right.ProcessModificationRequest();
+    CutSilently(list, right);
     if (reason == CutReason::Disconnected)
         TellLeft(&Object::ObjectDisconnected, association, left, right);
 }

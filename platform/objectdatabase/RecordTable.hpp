@@ -26,7 +26,7 @@ public:
         if (count * 5 <= slots.size() * 4)
             return;
         RecordTable larger;
-        larger.slots.resize(std::max<std::size_t>(16, count + count * 5 / 8));
+        larger.slots.resize(std::max<std::size_t>(16, count * 2));
         for (ObjectInfo* const record : slots)
             if (record != nullptr)
                 larger.Insert(*record);

@@ -129,7 +129,8 @@ public:
     void InvalidateRightIndicesWithObjectModification(const Ref<Object>& right) const noexcept;
 
     /// The first index of \p left after it has seen all changes; null when there is none, or while it has lost changes
-    /// for want of memory. The fast way to an index whose class is known. Allocates nothing but to fill such an index
+    /// for want of memory. The fast way to an index whose class is known and
+    /// which never requires a rebuild of its own accord. Allocates nothing but to fill such an index
     /// anew.
     Index* FindRightIndex(const ObjectInfo& left) const noexcept;
     /// The same, leaving out what was noted of \p changing, which is about to be changed by its own operation.

@@ -16,6 +16,9 @@ namespace ODB {
 
 class Object;
 
+template <class Reference>
+class Borrowed;
+
 /// The type of NullRef.
 struct NullRefType {};
 
@@ -76,6 +79,13 @@ public:
     }
 
 protected:
+    template <class Reference>
+    friend class Borrowed;
+
+    // Names a record without counting; see Borrowed.
+    struct Uncounted {};
+    RefBase(Uncounted, ObjectInfo* record) noexcept : info(record) {}
+
     explicit RefBase(ObjectInfo* record) noexcept : info(record) { Count(); }
     explicit RefBase(const Object* object);
 
@@ -122,6 +132,10 @@ public:
 
     /// The object without loading it.
     const T* GetConstMemoryAddress() const noexcept { return Get(); }
+
+private:
+    friend class Borrowed<ConstRef>;
+    ConstRef(Uncounted mark, ObjectInfo* record) noexcept : RefBase(mark, record) {}
 };
 
 /// A counted reference that permits modification: going through it marks the object as changed. Otherwise as ConstRef.
@@ -158,6 +172,10 @@ public:
         record->ProcessLogicalConstModificationRequest();
         return static_cast<T*>(record->GetObject());
     }
+
+private:
+    friend class Borrowed<Ref>;
+    Ref(Uncounted mark, ObjectInfo* record) noexcept : RefBase(mark, record) {}
 };
 
 /// A reference for reading to an interface that the object's class implements beside its object base.
@@ -198,6 +216,24 @@ public:
             record->ProcessModificationRequest();
         return dynamic_cast<Interface*>(record->GetObject());
     }
+};
+
+/// A reference for the length of a call that does not count itself, since counting costs more than most calls: for
+/// callers that know that the record stays. Whoever keeps it copies it, and the copy counts.
+template <class Reference>
+class Borrowed {
+public:
+    explicit Borrowed(ObjectInfo& record) noexcept : reference(RefBase::Uncounted(), &record) {}
+    ~Borrowed() {}
+    Borrowed(const Borrowed&) = delete;
+    Borrowed& operator=(const Borrowed&) = delete;
+
+    operator const Reference&() const noexcept { return reference; }
+
+private:
+    union {
+        const Reference reference;   // never destroyed: it counts nothing that it could give back
+    };
 };
 
 /// The same object seen as a \p T; null when it is none.
