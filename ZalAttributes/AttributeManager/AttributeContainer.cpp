@@ -27,10 +27,18 @@ short RegisteredTypeId(unsigned int refId) {
     return attributeRegister != nullptr ? attributeRegister->GetTypeIdByRefId(refId) : short{0};
 }
 
+template <class Reference>
+Reference MakeReference(ODB::ObjectInfo* record) {
+    return record != nullptr ? Reference(record) : Reference();
+}
+
 // Tells the observers of the container's set; nobody when it stands alone or its type is not registered.
 void Relay(const AttributeContainer& container, const ODB::ConstRef<GeneralAttribute>& attribute,
            AttributeSet::Status status, const FieldMask& fields) {
-    const ODB::ConstRef<AttributeSet> set = container.GetConstAttributeSet();
+    ODB::ObjectInfo* const setRecord = AttributeSet::GetContainerAssociation().FindLeft(*container.GetInfo());
+    if (setRecord == nullptr)
+        return;
+    const ODB::ConstRef<AttributeSet> set(setRecord);   // counted: an observer may delete it
     const short typeId = set ? RegisteredTypeId(container.GetRefId()) : short{0};
     if (typeId != 0)
         set->NotifyObservers(typeId, attribute, status, fields);
@@ -172,34 +180,30 @@ AttributeIndexTables* AttributeContainer::FindTables() const noexcept {
     return index != nullptr ? index->tables.get() : nullptr;
 }
 
-const ODB::ObjectInfo* AttributeContainer::FindRecord(unsigned int index) const noexcept {
+ODB::ObjectInfo* AttributeContainer::FindRecord(unsigned int index) const noexcept {
     const AttributeIndexTables* const tables = FindTables();
     return tables != nullptr ? tables->FindByIndex(static_cast<short>(index)) : nullptr;
 }
 
-const ODB::ObjectInfo* AttributeContainer::FindRecord(const Kest::UniString& name) const noexcept {
+ODB::ObjectInfo* AttributeContainer::FindRecord(const Kest::UniString& name) const noexcept {
     const AttributeIndexTables* const tables = FindTables();
     return tables != nullptr ? tables->FindByName(name) : nullptr;
 }
 
 ODB::Ref<GeneralAttribute> AttributeContainer::GetAttribute(unsigned int index) const {
-    return ODB::Ref<GeneralAttribute>(GetConstAttribute(index));
+    return MakeReference<ODB::Ref<GeneralAttribute>>(FindRecord(index));
 }
 
 ODB::ConstRef<GeneralAttribute> AttributeContainer::GetConstAttribute(unsigned int index) const {
-    const ODB::ObjectInfo* const record = FindRecord(index);
-    return record != nullptr ? ODB::ConstRef<GeneralAttribute>(const_cast<ODB::ObjectInfo*>(record))
-                             : ODB::ConstRef<GeneralAttribute>();
+    return MakeReference<ODB::ConstRef<GeneralAttribute>>(FindRecord(index));
 }
 
 ODB::Ref<GeneralAttribute> AttributeContainer::GetAttribute(const Kest::UniString& name) const {
-    return ODB::Ref<GeneralAttribute>(GetConstAttribute(name));
+    return MakeReference<ODB::Ref<GeneralAttribute>>(FindRecord(name));
 }
 
 ODB::ConstRef<GeneralAttribute> AttributeContainer::GetConstAttribute(const Kest::UniString& name) const {
-    const ODB::ObjectInfo* const record = FindRecord(name);
-    return record != nullptr ? ODB::ConstRef<GeneralAttribute>(const_cast<ODB::ObjectInfo*>(record))
-                             : ODB::ConstRef<GeneralAttribute>();
+    return MakeReference<ODB::ConstRef<GeneralAttribute>>(FindRecord(name));
 }
 
 int AttributeContainer::AttributeIndexExist(unsigned int index) const {

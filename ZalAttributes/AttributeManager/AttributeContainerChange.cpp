@@ -2,6 +2,7 @@
 #include <new>
 #include <utility>
 
+#include <Kest/Clock.hpp>
 #include <Kest/UniqueName.hpp>
 
 #include <ODB/Database.hpp>
@@ -70,16 +71,22 @@ Kest::UniString AttributeContainer::GenerateUniqueName(const Kest::UniString& ba
 }
 
 int AttributeContainer::PutNewAttribute(GeneralAttribute* attribute, unsigned int hint, bool touch) {
+    // Nobody observes the newcomer or has it in an index yet: there is nobody to tell.
     if (touch)
-        attribute->UpdateModificationTime();
-    attribute->SetIndex(GenerateUniqueIndex(static_cast<short>(hint), nullptr));
-    attribute->SetName(GenerateUniqueName(attribute->GetName(), nullptr));
+        attribute->modificationTime = TIGetTime();
+    attribute->index = GenerateUniqueIndex(static_cast<short>(hint), nullptr);
+    const AttributeIndexTables* const tables = FindTables();
+    const bool keepsName = tables != nullptr && Kest::ContainsNonWhitespace(attribute->name) &&
+                           !tables->IsNameBorne(attribute->name, nullptr, tables->scope);
+    if (!keepsName)
+        attribute->name = GenerateUniqueName(attribute->name, nullptr);
     ODB::Ref<GeneralAttribute> stored(attribute);
     if (stored.GetIdSpace() == nullptr)
         stored.GenerateId(GetIdSpace());
     try {
         attribute->Attach(*this);
-        const int status = GetAttributeAssociation().Connect(ODB::Ref<AttributeContainer>(this), stored);
+        const int status = GetAttributeAssociation().Connect(
+            ODB::Borrowed<ODB::Ref<ODB::Object>>(*GetInfo()), ODB::Borrowed<ODB::Ref<ODB::Object>>(*stored.GetInfo()));
         return status == 0 ? Error::None : Error::NoSuchIndex;
     } catch (...) {
         return Error::NoSuchIndex;
@@ -148,8 +155,8 @@ int AttributeContainer::DeleteAttribute(unsigned int index) {
     const ODB::Ref<GeneralAttribute> attribute = GetAttribute(index);
     if (!attribute)
         return Error::NotLoadable;
-    attribute->Detach(*this);
-    ODB::Database::DeleteObject(attribute);
+    attribute.GetLogicalConst()->Detach(*this);
+    ODB::Database::DeleteObject(ODB::Borrowed<ODB::Ref<ODB::Object>>(*attribute.GetInfo()));
     return Error::None;
 }
 

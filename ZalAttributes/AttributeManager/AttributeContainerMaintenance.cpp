@@ -1,5 +1,7 @@
+#include <cstddef>
 #include <new>
 
+#include <ODB/Database.hpp>
 #include <ODB/Delta.hpp>
 #include <ODB/IdSpace.hpp>
 
@@ -36,7 +38,7 @@ void AttributeContainer::DeleteExternalDataHandlers(const ZalUtil::OwnerList& ow
 bool AttributeContainer::CheckInvariants() const {
     bool observed = true;
     EnumerateConstAttributes([&](const ODB::ConstRef<GeneralAttribute>& attribute) {
-        observed = observed && attribute->IsAttached(*this) && attribute.GetIdSpace() == GetIdSpace();
+        observed = observed && attribute->IsAttached(*this);
     });
     const auto* const index = static_cast<const AttributeIndex*>(GetAttributeAssociation().FindRightIndex(*GetInfo()));
     return observed && (index == nullptr || index->CheckInvariants());
@@ -49,31 +51,41 @@ ODB::RefList<ODB::Object> AttributeContainer::GetOwnedObjects() const {
 ODB::Ref<AttributeContainer> AttributeContainer::CopyToIdSpace(ODB::IdSpace* target) const {
     if (target == nullptr || target == GetIdSpace())
         return ODB::NullRef;
-    if (!target->Contains(GetId())) {
-        try {
-            ODB::Delta delta(u"AttributeContainer::attributeDelta", GetIdSpace());
-            const int status =
-                ODB::CreateDelta({}, GetOwnedObjects(), &delta, ODB::LinkBoundary::Inside, ODB::ObjectFilter());
-            if (status != 0 || ODB::MergeDelta(*target, delta) != 0)
-                return ODB::NullRef;
-        } catch (const std::bad_alloc&) {
+    if (target->Contains(GetId()))
+        return ODB::DynamicCast<AttributeContainer>(target->Find(GetId()));
+    ODB::Ref<AttributeContainer> copy;
+    try {
+        ODB::Delta delta(u"AttributeContainer::attributeDelta", GetIdSpace());
+        const int status =
+            ODB::CreateDelta({}, GetOwnedObjects(), &delta, ODB::LinkBoundary::Inside, ODB::ObjectFilter());
+        if (status != 0 || ODB::MergeDelta(*target, delta) != 0)
             return ODB::NullRef;
-        }
-        const auto copy = ODB::DynamicCast<AttributeContainer>(target->Find(GetId()));
+        copy = ODB::DynamicCast<AttributeContainer>(target->Find(GetId()));
         copy.GetLogicalConst()->AttachAttributeObservers();
+    } catch (const std::bad_alloc&) {
+        ODB::Database::DeleteObject(copy);
+        return ODB::NullRef;
     }
-    return ODB::DynamicCast<AttributeContainer>(target->Find(GetId()));
+    return copy;
 }
 
 void AttributeContainer::MoveToIdSpace(ODB::IdSpace* target) {
-    if (target == nullptr || target == GetIdSpace())
+    ODB::IdSpace* const source = GetIdSpace();
+    if (target == nullptr || target == source)
         return;
     const ODB::RefList<ODB::Object> owned = GetOwnedObjects();
     for (const ODB::Ref<ODB::Object>& object : owned)
         if (target->Contains(object.GetId()))
             return;
-    for (const ODB::Ref<ODB::Object>& object : owned)
-        target->MoveObject(object);
+    std::size_t moved = 0;
+    try {
+        for (; moved < owned.GetSize(); ++moved)
+            target->MoveObject(owned[moved]);
+    } catch (const std::bad_alloc&) {
+        while (moved > 0)
+            source->MoveObject(owned[--moved]);   // the room that it left is still there
+        throw;
+    }
 }
 
 }   // namespace ADB

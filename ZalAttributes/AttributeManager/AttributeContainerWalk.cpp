@@ -56,35 +56,43 @@ bool IsSimilar(const GeneralAttribute& attribute, const ODB::ConstRef<GeneralAtt
     return differing.IsEmpty();
 }
 
+// The attributes in link order, or by index.
+std::vector<ODB::ObjectInfo*> CollectUnnamed(const AttributeIndexTables& tables, bool byIndex) {
+    const auto& association = AttributeContainer::GetAttributeAssociation();
+    const ODB::ConstRef<ODB::Object> container(tables.scope);
+    std::vector<ODB::ObjectInfo*> records;
+    records.reserve(association.GetConnectionCount(container));
+    if (byIndex && !tables.indexes.HasShadows()) {
+        tables.indexes.ForEachHolder([&records](ODB::ObjectInfo& record) { records.push_back(&record); });
+        return records;
+    }
+    ODB::Association1NUntyped::RightWalk walk(association, container);
+    while (ODB::ObjectInfo* const record = walk.Next())
+        records.push_back(record);
+    if (byIndex)
+        std::stable_sort(records.begin(), records.end(), [](const auto* one, const auto* other) {
+            return AttributeOf(*one).GetIndex() < AttributeOf(*other).GetIndex();
+        });
+    return records;
+}
+
 }   // namespace
 
-void AttributeContainer::CollectAttributes(SortMethod method, SortOrder order,
-                                           const std::function<void(ODB::ObjectInfo&)>& take) const {
+// `take` must not touch the container.
+template <class Take>
+void AttributeContainer::CollectAttributes(SortMethod method, SortOrder order, Take&& take) const {
     AttributeIndexTables* const tables = FindTables();
     if (tables == nullptr)
         return;
     std::vector<ODB::ObjectInfo*> records;
-    if (method == SortByName) {
-        records = tables->GetSortedByName(*GetInfo());
-    } else {
-        records.reserve(GetAttributeNumber());
-        const auto append = [&records](ODB::ObjectInfo& record) { records.push_back(&record); };
-        if (method == SortByIndex && !tables->indexes.HasShadows()) {
-            tables->indexes.ForEachHolder(append);
-        } else {
-            ODB::Association1NUntyped::RightWalk walk(GetAttributeAssociation(), ODB::ConstRef<AttributeContainer>(this));
-            while (ODB::ObjectInfo* const record = walk.Next())
-                append(*record);
-            if (method == SortByIndex)
-                std::stable_sort(records.begin(), records.end(), [](const auto* one, const auto* other) {
-                    return AttributeOf(*one).GetIndex() < AttributeOf(*other).GetIndex();
-                });
-        }
-    }
-    if ((method == SortByName || method == SortByIndex) && order != Ascending)
-        std::reverse(records.begin(), records.end());
-    for (ODB::ObjectInfo* const record : records)
-        take(*record);
+    if (method != SortByName)
+        records = CollectUnnamed(*tables, method == SortByIndex);
+    const std::vector<ODB::ObjectInfo*>& sorted = method == SortByName ? tables->GetSortedByName(*GetInfo()) : records;
+    const bool backwards = (method == SortByName || method == SortByIndex) && order != Ascending;
+    if (backwards)
+        std::for_each(sorted.rbegin(), sorted.rend(), [&take](ODB::ObjectInfo* record) { take(*record); });
+    else
+        std::for_each(sorted.begin(), sorted.end(), [&take](ODB::ObjectInfo* record) { take(*record); });
 }
 
 AttributeContainer::AttributeIterator::AttributeIterator(const ODB::Ref<AttributeContainer>& container,
@@ -158,7 +166,8 @@ void AttributeContainer::ReindexAttributeReferences(IAttributeNewIndexTable* tab
         if ((onlyClientCreated && !reading.IsClientCreated()) || !HasRenumberedReference(reading, *table))
             return;
         attribute->ReindAttr(table);
-        attribute->UpdateModificationTime();
+        if (attribute)   // whoever heard of it may have deleted the attribute
+            attribute->UpdateModificationTime();
         if (reindexed != nullptr && attribute)
             reindexed->Add(attribute.GetConst()->GetIndex());
     });

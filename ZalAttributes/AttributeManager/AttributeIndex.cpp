@@ -105,12 +105,11 @@ void AttributeIndex::ObjectCreated(const ODB::Ref<ODB::Object>& object) {
 // The keys are those under which the attribute is filed: whoever changes them moves them (AttributeKeyChange). What
 // remains is that the last writer takes the keys it bears.
 void AttributeIndex::ObjectModified(const ODB::Ref<ODB::Object>& object) {
+    if (!tables->HasShadows())   // then every attribute holds the keys that it bears
+        return;
     ODB::ObjectInfo& record = *object.GetInfo();
     const GeneralAttribute& attribute = AttributeOf(record);
-    if (ODB::ObjectInfo* const holder = tables->FindByIndex(attribute.GetIndex()); holder != &record) {
-        LogIfOther(&LogModifiedIndexClash, record, holder);
-        tables->indexes.Promote(attribute.GetIndex(), record);
-    }
+    tables->TakeIndex(record);
     const std::uint32_t hash = Kest::HashIgnoringCase(attribute.GetName());
     if (!tables->names.IsHolder(hash, record)) {
         LogIfOther(&LogModifiedNameClash, record, tables->names.Find(attribute.GetName(), hash));

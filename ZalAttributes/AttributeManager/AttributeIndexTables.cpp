@@ -7,6 +7,7 @@
 
 #include <AttributeManager/AttributeContainer.hpp>
 
+#include "IndexClashLog.hpp"
 #include "NameOrder.hpp"
 
 namespace ADB {
@@ -145,41 +146,38 @@ std::uint32_t NameKeys::CountShadowed(std::uint32_t hash) const noexcept {
 
 void NameKeys::Reserve(std::size_t count) {
     shadowed.Reserve(shadowed.GetSize() + 1);
-    if (count * 4 <= holders.size() * 3)
+    if (count * 4 <= slots.size() * 3)
         return;
-    const std::size_t slots = std::max<std::size_t>(16, count * 2);
     NameKeys larger;
-    larger.hashes.resize(slots);
-    larger.holders.resize(slots);
-    for (std::size_t slot = 0; slot < holders.size(); ++slot)
-        if (holders[slot] != nullptr)
-            larger.Insert(hashes[slot], *holders[slot]);
-    hashes.swap(larger.hashes);
-    holders.swap(larger.holders);
+    larger.slots.resize(std::max<std::size_t>(16, count * 2));
+    for (const Slot& slot : slots)
+        if (slot.holder != nullptr)
+            larger.Insert(slot.hash, *slot.holder);
+    slots.swap(larger.slots);
 }
 
 void NameKeys::Add(std::uint32_t hash, ODB::ObjectInfo& record) noexcept {
     const std::size_t slot = FindSlot(AttributeOf(record).GetName(), hash);
     if (slot == None) {
-        Insert(hash, record);
+        Insert(hash, AttributeOf(record));
         return;
     }
     if (std::uint32_t* const count = shadowed.Find(hash))
         ++*count;
     else
         shadowed.Add(hash, 1);
-    holders[slot] = &record;
+    slots[slot].holder = &AttributeOf(record);
 }
 
 void NameKeys::Promote(std::uint32_t hash, ODB::ObjectInfo& record) noexcept {
     const std::size_t slot = FindSlot(AttributeOf(record).GetName(), hash);
     if (slot != None) {   // the displaced holder takes the place in the shadow
-        holders[slot] = &record;
+        slots[slot].holder = &AttributeOf(record);
         return;
     }
     if (std::uint32_t* const count = shadowed.Find(hash); --*count == 0)
         shadowed.Delete(hash);
-    Insert(hash, record);
+    Insert(hash, AttributeOf(record));
 }
 
 void NameKeys::Remove(std::uint32_t hash, const ODB::ObjectInfo& record) noexcept {
@@ -195,52 +193,49 @@ bool NameKeys::IsHolder(std::uint32_t hash, const ODB::ObjectInfo& record) const
 }
 
 void NameKeys::Clear() noexcept {
-    hashes.clear();
-    holders.clear();
+    slots.clear();
     size = 0;
     shadowed.Clear();
 }
 
 std::size_t NameKeys::FindSlot(std::u16string_view name, std::uint32_t hash) const noexcept {
-    if (holders.empty())
+    if (slots.empty())
         return None;
-    for (std::size_t slot = Home(hash); holders[slot] != nullptr; slot = Next(slot))
-        if (hashes[slot] == hash && Kest::IsEqualIgnoringCase(AttributeOf(*holders[slot]).GetName(), name))
+    for (std::size_t slot = Home(hash); slots[slot].holder != nullptr; slot = Next(slot))
+        if (slots[slot].hash == hash && Kest::IsEqualIgnoringCase(slots[slot].holder->GetName(), name))
             return slot;
     return None;
 }
 
 std::size_t NameKeys::FindRecord(std::uint32_t hash, const ODB::ObjectInfo& record) const noexcept {
-    if (holders.empty())
+    if (slots.empty())
         return None;
-    for (std::size_t slot = Home(hash); holders[slot] != nullptr; slot = Next(slot))
-        if (holders[slot] == &record)
+    for (std::size_t slot = Home(hash); slots[slot].holder != nullptr; slot = Next(slot))
+        if (slots[slot].holder == &AttributeOf(record))
             return slot;
     return None;
 }
 
-void NameKeys::Insert(std::uint32_t hash, ODB::ObjectInfo& record) noexcept {
+void NameKeys::Insert(std::uint32_t hash, const GeneralAttribute& attribute) noexcept {
     std::size_t slot = Home(hash);
-    while (holders[slot] != nullptr)
+    while (slots[slot].holder != nullptr)
         slot = Next(slot);
-    hashes[slot] = hash;
-    holders[slot] = &record;
+    slots[slot] = {&attribute, hash};
     ++size;
 }
 
 // The entries behind the gap move up, so that no run has a gap.
 void NameKeys::Erase(std::size_t gap) noexcept {
     --size;
-    for (std::size_t slot = Next(gap); holders[slot] != nullptr; slot = Next(slot)) {
-        const std::size_t home = Home(hashes[slot]);
+    for (std::size_t slot = Next(gap); slots[slot].holder != nullptr; slot = Next(slot)) {
+        const std::size_t home = Home(slots[slot].hash);
         const bool mayMove = gap <= slot ? home <= gap || home > slot : home <= gap && home > slot;
         if (mayMove) {
-            hashes[gap] = hashes[slot];
-            holders[gap] = holders[slot];
+            slots[gap] = slots[slot];
             gap = slot;
         }
     }
-    holders[gap] = nullptr;
+    slots[gap] = {};
 }
 
 bool AttributeIndexTables::IsNameBorne(std::u16string_view name, const ODB::ObjectInfo* except,
@@ -263,6 +258,15 @@ bool AttributeIndexTables::IsNameBorne(std::u16string_view name, const ODB::Obje
 bool AttributeIndexTables::IsIndexBorne(short index, const GeneralAttribute* except) const noexcept {
     const std::uint32_t own = except != nullptr && except->GetIndex() == index ? 1 : 0;
     return indexes.CountBearers(index) > own;
+}
+
+void AttributeIndexTables::TakeIndex(ODB::ObjectInfo& record) noexcept {
+    const short index = AttributeOf(record).GetIndex();
+    const ODB::ObjectInfo* const holder = FindByIndex(index);
+    if (holder == &record)
+        return;
+    LogIfOther(&LogModifiedIndexClash, record, holder);
+    indexes.Promote(index, record);
 }
 
 const std::vector<ODB::ObjectInfo*>& AttributeIndexTables::GetSortedByName(const ODB::ObjectInfo& container) {

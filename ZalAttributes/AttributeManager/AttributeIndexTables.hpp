@@ -95,11 +95,13 @@ class NameKeys {
 public:
     ODB::ObjectInfo* Find(std::u16string_view name, std::uint32_t hash) const noexcept {
         const std::size_t slot = FindSlot(name, hash);
-        return slot != None ? holders[slot] : nullptr;
+        return slot != None ? slots[slot].holder->GetInfo() : nullptr;
     }
 
     /// The number of shadowed attributes whose names have \p hash: 0 means that nobody but a holder bears such a name.
     std::uint32_t CountShadowed(std::uint32_t hash) const noexcept;
+
+    bool HasShadows() const noexcept { return !shadowed.IsEmpty(); }
 
     /// Makes room for \p count holders and one more shadowed one. \throws std::bad_alloc with nothing changed
     void Reserve(std::size_t count);
@@ -116,17 +118,21 @@ public:
 private:
     static constexpr std::size_t None = static_cast<std::size_t>(-1);
 
+    struct Slot {
+        const GeneralAttribute* holder = nullptr;   // null where free; its name is looked at far more often than its record
+        std::uint32_t hash = 0;
+    };
+
     std::size_t FindSlot(std::u16string_view name, std::uint32_t hash) const noexcept;
     std::size_t FindRecord(std::uint32_t hash, const ODB::ObjectInfo& record) const noexcept;
     std::size_t Home(std::uint32_t hash) const noexcept {
-        return static_cast<std::size_t>((std::uint64_t{hash} * holders.size()) >> 32);
+        return static_cast<std::size_t>((std::uint64_t{hash} * slots.size()) >> 32);
     }
-    std::size_t Next(std::size_t slot) const noexcept { return slot + 1 < holders.size() ? slot + 1 : 0; }
-    void Insert(std::uint32_t hash, ODB::ObjectInfo& record) noexcept;
+    std::size_t Next(std::size_t slot) const noexcept { return slot + 1 < slots.size() ? slot + 1 : 0; }
+    void Insert(std::uint32_t hash, const GeneralAttribute& attribute) noexcept;
     void Erase(std::size_t slot) noexcept;
 
-    std::vector<std::uint32_t> hashes;       // valid where a holder stands
-    std::vector<ODB::ObjectInfo*> holders;   // null where free
+    std::vector<Slot> slots;
     std::size_t size = 0;
     Kest::HashTable<std::uint32_t, std::uint32_t> shadowed;
 };
@@ -138,6 +144,9 @@ public:
     NameKeys names;
     NumberedNameRuns numbers;   // what the generator of names has found taken
 
+    /// Whether any attribute bears a key that it does not hold.
+    bool HasShadows() const noexcept { return indexes.HasShadows() || names.HasShadows(); }
+
     ODB::ObjectInfo* FindByIndex(short index) const noexcept { return indexes.Find(index); }
     ODB::ObjectInfo* FindByName(std::u16string_view name) const noexcept {
         return names.Find(name, Kest::HashIgnoringCase(name));
@@ -146,6 +155,9 @@ public:
     /// Whether an attribute other than \p except bears the name or index; \p scope is the container's record.
     bool IsNameBorne(std::u16string_view name, const ODB::ObjectInfo* except, const ODB::ObjectInfo* scope) const;
     bool IsIndexBorne(short index, const GeneralAttribute* except) const noexcept;
+
+    /// Makes \p record, counted as a bearer of its index, the holder, and logs whom it displaces.
+    void TakeIndex(ODB::ObjectInfo& record) noexcept;
 
     /// Attributes sorted by upper-case name; kept until something changes.
     const std::vector<ODB::ObjectInfo*>& GetSortedByName(const ODB::ObjectInfo& scope);

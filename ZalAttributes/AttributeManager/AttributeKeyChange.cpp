@@ -51,6 +51,8 @@ void AttributeKeyChange::MoveKeys() noexcept {
         tables.indexes.Remove(oldIndex, record);
         LogIfOther(&LogModifiedIndexClash, record, tables.FindByIndex(attribute.GetIndex()));
         tables.indexes.Add(attribute.GetIndex(), record);
+    } else {
+        tables.TakeIndex(record);   // a clash in the index is logged before one in the name
     }
     if (!renames)
         return;

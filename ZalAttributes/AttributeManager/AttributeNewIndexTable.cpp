@@ -11,7 +11,7 @@
 namespace ADB {
 namespace {
 
-constexpr unsigned int BitsOfMask = 32;
+constexpr unsigned int BitNumberMask = 31;
 
 int CheckMapping(short typeId, short newIndex) {
     if (newIndex < 1)
@@ -20,7 +20,7 @@ int CheckMapping(short typeId, short newIndex) {
 }
 
 bool IsInMask(short typeId, int typeMask) {
-    const unsigned int bit = (static_cast<unsigned int>(typeId) & 0xFFU) % BitsOfMask;
+    const unsigned int bit = static_cast<unsigned int>(typeId) & BitNumberMask;
     return (static_cast<unsigned int>(typeMask) >> bit & 1U) != 0;
 }
 

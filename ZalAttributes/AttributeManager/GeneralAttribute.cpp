@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <optional>
 #include <utility>
 
 #include <Kest/ByteString.hpp>
@@ -42,42 +44,47 @@ short WithoutFlags(short flags, short bits) {
     return static_cast<short>(flags & ~bits);
 }
 
-// The other attributes of the container that clash, in link order.
-template <class Clashes>
-Kest::Array<const GeneralAttribute*> CollectClashes(const GeneralAttribute& attribute, Clashes&& clashes) {
-    Kest::Array<const GeneralAttribute*> found;
+// Calls `call` with the other attributes of the container that clash, in link order.
+template <class Clashes, class Call>
+void ForEachClash(const GeneralAttribute& attribute, Clashes&& clashes, Call&& call) {
     attribute.GetConstAttributeContainer()->EnumerateConstAttributes(
         [&](const ODB::ConstRef<GeneralAttribute>& other) {
             if (other.Get() != &attribute && clashes(*other))
-                found.Push(other.Get());
+                call(*other);
         });
-    return found;
 }
 
-void LogRenameClash(const GeneralAttribute& attribute, const Kest::UniString& newName,
-                    const Kest::Array<const GeneralAttribute*>& clashes) {
-    Kest::UniString text =
-        Kest::UniString::Printf("ADB::GeneralAttribute::SetName - %s attribute name \"%T\" is already used by index",
-                                attribute.GetClassInfo()->GetName(), newName);
-    for (const GeneralAttribute* const other : clashes)
-        text.Append(Kest::UniString::Printf(" %d", other->GetIndex()));
-    text.Append(Kest::UniString::Printf(", name of \"%T\" cannot be changed (current index is %d)",
-                                        attribute.GetName(), attribute.GetIndex()));
-    static const Kest::ErrorLogLine line("%T", LogCategory);
-    line.WriteText(text);
+void LogRenameClash(const GeneralAttribute& attribute, const Kest::UniString& newName) noexcept {
+    try {
+        Kest::UniString text = Kest::UniString::Printf(
+            "ADB::GeneralAttribute::SetName - %s attribute name \"%T\" is already used by index",
+            attribute.GetClassInfo()->GetName(), newName);
+        ForEachClash(
+            attribute,
+            [&](const GeneralAttribute& other) { return Kest::IsEqualIgnoringCase(other.GetName(), newName); },
+            [&](const GeneralAttribute& other) { text.Append(Kest::UniString::Printf(" %d", other.GetIndex())); });
+        text.Append(Kest::UniString::Printf(", name of \"%T\" cannot be changed (current index is %d)",
+                                            attribute.GetName(), attribute.GetIndex()));
+        static const Kest::ErrorLogLine line("%T", LogCategory);
+        line.WriteText(text);
+    } catch (const std::bad_alloc&) {   // the answer stands without its log line
+    }
 }
 
-void LogReindexClash(const GeneralAttribute& attribute, short newIndex,
-                     const Kest::Array<const GeneralAttribute*>& clashes) {
-    Kest::UniString text =
-        Kest::UniString::Printf("ADB::GeneralAttribute::SetIndex - %s attribute index %d is already used by",
-                                attribute.GetClassInfo()->GetName(), newIndex);
-    for (const GeneralAttribute* const other : clashes)
-        text.Append(Kest::UniString::Printf(" \"%T\"", other->GetName()));
-    text.Append(Kest::UniString::Printf(", index of \"%T\" cannot be changed (current index is %d)",
-                                        attribute.GetName(), attribute.GetIndex()));
-    static const Kest::ErrorLogLine line("%T", LogCategory);
-    line.WriteText(text);
+void LogReindexClash(const GeneralAttribute& attribute, short newIndex) noexcept {
+    try {
+        Kest::UniString text =
+            Kest::UniString::Printf("ADB::GeneralAttribute::SetIndex - %s attribute index %d is already used by",
+                                    attribute.GetClassInfo()->GetName(), newIndex);
+        ForEachClash(
+            attribute, [newIndex](const GeneralAttribute& other) { return other.GetIndex() == newIndex; },
+            [&](const GeneralAttribute& other) { text.Append(Kest::UniString::Printf(" \"%T\"", other.GetName())); });
+        text.Append(Kest::UniString::Printf(", index of \"%T\" cannot be changed (current index is %d)",
+                                            attribute.GetName(), attribute.GetIndex()));
+        static const Kest::ErrorLogLine line("%T", LogCategory);
+        line.WriteText(text);
+    } catch (const std::bad_alloc&) {   // as above
+    }
 }
 
 }   // namespace
@@ -190,15 +197,20 @@ int GeneralAttribute::SetName(const Kest::UniString& newName) {
         return Error::None;
     const AttributeIndex* const keys = AttributeKeyChange::FindIndex(*this);
     if (keys != nullptr && keys->tables->IsNameBorne(newName, GetInfo(), keys->tables->scope)) {
-        LogRenameClash(*this, newName, CollectClashes(*this, [&newName](const GeneralAttribute& other) {
-                           return Kest::IsEqualIgnoringCase(other.name, newName);
-                       }));
+        LogRenameClash(*this, newName);
         return Error::RenameClash;
     }
-    Kest::UniString oldName(newName);
-    AttributeKeyChange change(*this, newName, index);
+    Kest::UniString oldName;
+    std::optional<AttributeKeyChange> change;
+    try {
+        oldName = newName;
+        change.emplace(*this, newName, index);
+    } catch (const std::bad_alloc&) {
+        return Error::MemoryFull;
+    }
     std::swap(name, oldName);
-    change.Close();
+    change->Close();
+    const Kest::EventSource::Announcement both;   // an observer that hears the first may delete the attribute
     TellOldName(oldName);
     NotifyObservers(FieldMask::FieldIdx2FieldId(GetFieldClassId(), NameField));
     return Error::None;
@@ -209,14 +221,17 @@ int GeneralAttribute::SetIndex(short newIndex) {
         return Error::None;
     const AttributeIndex* const keys = AttributeKeyChange::FindIndex(*this);
     if (keys != nullptr && keys->tables->IsIndexBorne(newIndex, this)) {
-        LogReindexClash(*this, newIndex, CollectClashes(*this, [newIndex](const GeneralAttribute& other) {
-                            return other.index == newIndex;
-                        }));
+        LogReindexClash(*this, newIndex);
         return Error::ReindexClash;
     }
-    AttributeKeyChange change(*this, name, newIndex);
+    std::optional<AttributeKeyChange> change;
+    try {
+        change.emplace(*this, name, newIndex);
+    } catch (const std::bad_alloc&) {
+        return Error::MemoryFull;
+    }
     index = newIndex;
-    change.Close();
+    change->Close();
     NotifyObservers(FieldMask::FieldIdx2FieldId(GetFieldClassId(), IndexField));
     return Error::None;
 }

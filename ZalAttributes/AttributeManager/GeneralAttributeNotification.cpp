@@ -56,19 +56,18 @@ bool HasRecord(const Table& table, const ZalUtil::MemoRecord& record) {
     return ZalUtil::FindMemoRecord(table.bytes, table.size, record.owner, found);
 }
 
-// The owners of the records that differ: first those of the old table, then those that are new.
-ZalUtil::OwnerList CollectChanges(const Table& before, const Table& now) {
-    ZalUtil::OwnerList changed;
+// Calls `call` with the owner of each record that differs: first those of the old table, then those that are new.
+template <class Call>
+void ForEachChange(const Table& before, const Table& now, Call&& call) {
     ZalUtil::MemoRecord record;
     ZalUtil::MemoRecordWalk oldRecords(before.bytes, before.size);
     while (oldRecords.Next(record))
         if (!HasEqualRecord(now, record))
-            changed.Push(record.owner);
+            call(record.owner);
     ZalUtil::MemoRecordWalk newRecords(now.bytes, now.size);
     while (newRecords.Next(record))
         if (!HasRecord(before, record))
-            changed.Push(record.owner);
-    return changed;
+            call(record.owner);
 }
 
 }   // namespace
@@ -89,7 +88,9 @@ bool GeneralAttribute::NotifyDisableGuard::IsDisabledNotify() noexcept {
     return m_NotifyDisableNum > 0;
 }
 
+// Observers are given references: with a record to name, no announcement can fail for want of memory.
 void GeneralAttribute::Attach(GeneralAttributeObserver& observer) {
+    GetInfo();
     Kest::EventSource::Attach(observer);
 }
 
@@ -115,12 +116,13 @@ void GeneralAttribute::NotifyObservers(const FieldMask* fields) const {
     const Presentation presentation(*this, std::exchange(previousMemo, nullptr));
     if (GetObserverCount() == 0)
         return;
-    const ODB::ConstRef<GeneralAttribute> living(this);   // dead once a callback deletes the attribute
     const bool isEmpty = fields->IsEmpty();
+    // An attribute that a callback deletes keeps its memory until the walk ends, and has no observers any more.
     EnumerateObservers([&](Kest::EventObserver& observer) {
         Notify(&observer, fields);
-        if (!isEmpty && living && IsAttached(observer))
-            static_cast<GeneralAttributeObserver&>(observer).AttributeChanged(living, *fields);
+        if (!isEmpty && IsAttached(observer))
+            static_cast<GeneralAttributeObserver&>(observer).AttributeChanged(
+                ODB::ConstRef<GeneralAttribute>(GetInfo()), *fields);
     });
 }
 
@@ -128,18 +130,18 @@ void GeneralAttribute::Notify(Kest::EventObserver* observer, const FieldMask* fi
     if (observer == nullptr || fields == nullptr)
         return;
     auto& listener = static_cast<GeneralAttributeObserver&>(*observer);
-    const ODB::ConstRef<GeneralAttribute> living(this);
     const auto isNext = [&](Field field) {
-        return fields->Test({GetFieldClassId(), field}) && living && IsAttached(listener);
+        return fields->Test({GetFieldClassId(), field}) && IsAttached(listener);
     };
+    const auto self = [this] { return ODB::ConstRef<GeneralAttribute>(GetInfo()); };
     if (isNext(NameField))
-        listener.NameChanged(living);
+        listener.NameChanged(self());
     if (isNext(IndexField))
-        listener.IndexChanged(living);
+        listener.IndexChanged(self());
     if (isNext(FlagsField))
-        listener.FlagsChanged(living);
+        listener.FlagsChanged(self());
     if (isNext(ModificationTimeField))
-        listener.ModificationTimeChanged(living);
+        listener.ModificationTimeChanged(self());
     if (isNext(UserDataField))
         NotifyUserDataChanged(listener);
 }
@@ -147,10 +149,11 @@ void GeneralAttribute::Notify(Kest::EventObserver* observer, const FieldMask* fi
 void GeneralAttribute::NotifyUserDataChanged(GeneralAttributeObserver& observer) const {
     char** const snapshot = Presentation::Find(*this);
     const Table before = snapshot != nullptr ? Table{*snapshot, static_cast<std::size_t>(BMGetHandleSize(snapshot))} : Table{};
-    const ODB::ConstRef<GeneralAttribute> living(this);
-    for (const ZalUtil::Owner& owner : CollectChanges(before, {memo.GetBytes(), memo.GetSize()}))
-        if (living && IsAttached(observer))
+    const RegTblData now(memo);   // shared: a callback that sets other user data leaves it as it is
+    ForEachChange(before, {now.GetBytes(), now.GetSize()}, [&](const ZalUtil::Owner& owner) {
+        if (IsAttached(observer))
             observer.UserDataChanged(owner.id1, owner.id2);
+    });
 }
 
 }   // namespace ADB

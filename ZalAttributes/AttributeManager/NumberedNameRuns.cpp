@@ -8,24 +8,24 @@ namespace ADB {
 
 Kest::UniString NumberedNameRuns::FindFree(const Kest::NumberedName& base,
                                            const std::function<bool(const Kest::UniString&)>& isFree) {
-    const Kest::UniString stem = base.GetStem().ToUpper();
-    if (!stems.Contains(stem))
-        stems.Add(stem, Runs());
-    Runs& runs = *stems.Find(stem);
+    Runs* const known = stems.Find(base.GetStem());
+    Runs& runs = known != nullptr ? *known : stems.Put(base.GetStem(), Runs());
     const std::uint32_t first = base.GetFirstNumber();
-    std::uint32_t number = first;
-    while (true) {
+    for (std::uint32_t number = first; number <= Kest::NumberedName::GreatestNumber; ++number) {
         const auto behind = runs.upper_bound(number);
-        if (behind != runs.begin() && std::prev(behind)->second > number)
-            number = std::prev(behind)->second;
+        if (behind != runs.begin() && std::prev(behind)->second > number) {
+            number = std::prev(behind)->second - 1;
+            continue;
+        }
         Kest::UniString name = base.MakeName(number);
         if (isFree(name)) {
             if (number > first)
                 Remember(runs, first, number);
             return name;
         }
-        ++number;
     }
+    const Kest::UniString whole = base.GetNumber() != 0 ? base.MakeName(base.GetNumber()) : base.GetStem();
+    return FindFree(Kest::NumberedName::FromStem(whole), isFree);   // no number is left: the whole base is the stem
 }
 
 void NumberedNameRuns::Remember(Runs& runs, std::uint32_t first, std::uint32_t end) {
@@ -44,7 +44,7 @@ void NumberedNameRuns::Forget(const Kest::UniString& name) noexcept {
         return;
     try {
         const Kest::NumberedName numbered(name);
-        Runs* const runs = numbered.GetNumber() != 0 ? stems.Find(numbered.GetStem().ToUpper()) : nullptr;
+        Runs* const runs = numbered.GetNumber() != 0 ? stems.Find(numbered.GetStem()) : nullptr;
         if (runs == nullptr)
             return;
         const std::uint32_t number = numbered.GetNumber();

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 
+#include <Kest/CaseMapping.hpp>
 #include <Kest/HashTable.hpp>
 #include <Kest/UniString.hpp>
 #include <Kest/UniqueName.hpp>
@@ -30,7 +31,16 @@ private:
 
     static void Remember(Runs& runs, std::uint32_t first, std::uint32_t end);
 
-    Kest::HashTable<Kest::UniString, Runs> stems;   // by upper-case stem
+    struct HashStem {
+        std::uint64_t operator()(const Kest::UniString& stem) const noexcept { return Kest::HashIgnoringCase(stem); }
+    };
+    struct EqualStems {
+        bool operator()(const Kest::UniString& one, const Kest::UniString& other) const noexcept {
+            return Kest::IsEqualIgnoringCase(one, other);
+        }
+    };
+
+    Kest::HashTable<Kest::UniString, Runs, HashStem, EqualStems> stems;
 };
 
 }   // namespace ADB

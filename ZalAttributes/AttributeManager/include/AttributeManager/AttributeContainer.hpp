@@ -201,7 +201,8 @@ public:
     /// unchanged, for a null target, the container's own space, or when the copy cannot be made
     ODB::Ref<AttributeContainer> CopyToIdSpace(ODB::IdSpace* target) const;
 
-    /// Moves the container with its attributes, unless \p target is null, the own space or holds the container's id.
+    /// Moves the container with its attributes, unless \p target is null, the own space or holds one of their ids.
+    /// \throws std::bad_alloc with nothing changed
     void MoveToIdSpace(ODB::IdSpace* target);
     /// @}
 
@@ -239,14 +240,14 @@ private:
     int PutNewAttribute(GeneralAttribute* attribute, unsigned int hint, bool touch);
     ODB::Ref<GeneralAttribute> PutClone(const GeneralAttribute& source, short hint, const Kest::Guid* guid,
                                         ODB::IdSpace* idSpace, bool touch);
-    const ODB::ObjectInfo* FindRecord(unsigned int index) const noexcept;
-    const ODB::ObjectInfo* FindRecord(const Kest::UniString& name) const noexcept;
+    ODB::ObjectInfo* FindRecord(unsigned int index) const noexcept;
+    ODB::ObjectInfo* FindRecord(const Kest::UniString& name) const noexcept;
     ODB::ConstRef<GeneralAttribute> GetLowestAttribute() const;
     bool Owns(const ODB::Ref<GeneralAttribute>& attribute) const noexcept;
     ODB::RefList<ODB::Object> GetOwnedObjects() const;
     AttributeIndexTables* FindTables() const noexcept;
-    void CollectAttributes(SortMethod method, SortOrder order,
-                           const std::function<void(ODB::ObjectInfo&)>& take) const;
+    template <class Take>
+    void CollectAttributes(SortMethod method, SortOrder order, Take&& take) const;
 
     LumCB::PermissionID createPermission = LumCB::PermissionID::None;
     LumCB::PermissionID deleteModifyPermission = LumCB::PermissionID::None;

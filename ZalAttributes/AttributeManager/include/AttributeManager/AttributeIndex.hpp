@@ -60,6 +60,8 @@ public:
     using ODB::Index::Execute;
     /// Puts the attribute found, if any, into \p result; mode 0 clears the list first. \returns true
     bool Execute(const ODB::Query& query, ODB::RefList<ODB::Object>* result, ResultMode mode) const override;
+    using ODB::Index::ObjectDeleted;
+    using ODB::Index::ObjectModified;
     void ObjectCreated(const ODB::Ref<ODB::Object>& object) override;
     void ObjectModified(const ODB::Ref<ODB::Object>& object) override;
     void ObjectDeleted(const ODB::Ref<ODB::Object>& object) override;

@@ -8,7 +8,7 @@ namespace ADB {
 
 /// Thrown where a constructor or reader of the library has no code to return. Its code is Error::WrongCall.
 ///
-/// Message, file and cause may be null.
+/// Message and file, which are copied, may be null, and the line 0; the cause is cloned.
 class ADB_API AttributeManagerException : public virtual Kest::KestException, public virtual Kest::RootException {
 public:
     AttributeManagerException(const char* message, const char* file, unsigned int line) noexcept;

@@ -10,7 +10,7 @@ namespace ADB {
 /// Thrown when the library cannot make an object; a handler for the standard out-of-memory exception catches it too.
 /// Its code is Error::MemoryFull.
 ///
-/// Message, file and cause may be null.
+/// Message and file, which are copied, may be null, and the line 0; the cause is cloned.
 class ADB_API AttributeMemoryFullException : public virtual Kest::KestException,
                                              public virtual Kest::RootException,
                                              public AttributeManagerException,

@@ -92,7 +92,7 @@ public:
 
     /// Takes the fields of \p fields from \p other; and, whatever the mask says, its user data when it has any. Makes no
     /// uniqueness checks. With the name in the mask the observers hear NameChanged with the old name; nothing else is
-    /// announced. Synchronising with itself does nothing.
+    /// announced. Synchronising with itself does nothing. \throws std::bad_alloc with nothing changed
     virtual void Synchronize(ODB::ConstRef<GeneralAttribute> other, const FieldMask& fields);
 
     /// Reports the owners of the user data to \p callback, each once.
@@ -172,12 +172,12 @@ public:
     /// @{
 
     /// Renames. Before the announcement every observer hears NameChanged with the old name.
-    /// \returns 0, or Error::RenameClash with nothing changed, and a line in the log, when another attribute of the
-    /// container has the name, letter case ignored. Outside a container any name is accepted.
+    /// \returns 0; Error::RenameClash, and a line in the log, when another attribute of the container has the name,
+    /// letter case ignored; Error::MemoryFull. Then nothing is changed. Outside a container any name is accepted.
     int SetName(const Kest::UniString& newName);
 
-    /// Renumbers. \returns 0, or Error::ReindexClash with nothing changed, and a line in the log, when another attribute
-    /// of the container has the index. Outside a container any index is accepted.
+    /// Renumbers. \returns 0; Error::ReindexClash, and a line in the log, when another attribute of the container has the
+    /// index; Error::MemoryFull. Then nothing is changed. Outside a container any index is accepted.
     int SetIndex(short newIndex);
 
     void SetFlags(short newFlags);

@@ -36,7 +36,7 @@ public:
     virtual bool IsUsedAttributeType(short typeId) const = 0;
 
     /// Whether any type is used, with mappings or without. With \p useTypeMask, \p typeMask names types to be passed
-    /// over: the bit of a type is the low byte of its id modulo 32, so that types 4 and 36 share one.
+    /// over: the bit number of a type is the low five bits of its id, so that types 4 and 36 share bit 4.
     virtual bool HasChanged(bool useTypeMask, int typeMask) const = 0;
 
     /// The set that the indexes belong to: a null reference, since a renumbering knows of none.

@@ -1,0 +1,12 @@
+#include "ProcessState.hpp"
+
+#include <AttributeManager/AttributeSet.hpp>
+
+namespace ADB {
+
+ProcessState& GetProcessState() {
+    static auto& state = *new ProcessState;
+    return state;
+}
+
+}   // namespace ADB

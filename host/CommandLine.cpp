@@ -1,0 +1,96 @@
+#include "CommandLine.hpp"
+
+#include "Failure.hpp"
+#include "ReproducibleClock.hpp"
+#include "commands/Arguments.hpp"
+#include "commands/ListCommand.hpp"
+#include "output/SafeText.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <sstream>
+
+#include <Kest/Exceptions.hpp>
+
+namespace Host {
+
+namespace {
+
+const Command* const Commands[] = {&ListCommand};
+
+std::string GetHelp() {
+    std::string help = R"(Usage: zalattributes COMMAND ...
+
+Reads, lists and merges the attributes of CAD drawings: layers, line types, fills, dimension standards and others.
+
+Commands:
+)";
+    for (const Command* const command : Commands)
+        help += "  " + std::string(command->name) + std::string(10 - command->name.size(), ' ') +
+                std::string(command->summary) + '\n';
+    return help + R"(
+'zalattributes COMMAND --help' says everything about a command.
+
+Exit codes: 0 done; 1 done, with findings; 2 not done: one line on standard error says why and what to do.
+
+Example: the layers of a drawing, sorted by name
+  zalattributes list floorplan.dxf --type Layer --sort name
+)";
+}
+
+bool AsksForHelp(std::span<const std::string> arguments) {
+    const auto end = std::ranges::find(arguments, "--");
+    return std::find(arguments.begin(), end, "--help") != end;
+}
+
+ExitCode RunCommand(std::span<const std::string> arguments, std::ostream& out, std::ostream& notes) {
+    if (arguments.empty())
+        throw Failure("no command is given" + TryHelp(""));
+    const std::string& name = arguments.front();
+    if (name == "--help") {
+        out << GetHelp();
+        return Done;
+    }
+    const auto command = std::ranges::find(Commands, std::string_view(name), &Command::name);
+    if (command == std::end(Commands))
+        throw Failure("there is no command '" + EscapeForMessage(name) + "'" + TryHelp(""));
+    if (AsksForHelp(arguments.subspan(1))) {
+        out << (*command)->getHelp();
+        return Done;
+    }
+    const ReproducibleClock clock;
+    return (*command)->run(arguments.subspan(1), out, notes);
+}
+
+void WriteNotes(const std::string& notes, std::ostream& err) {
+    std::istringstream lines(notes);
+    for (std::string line; std::getline(lines, line);)
+        err << "zalattributes: " << line << '\n';
+}
+
+}   // namespace
+
+int RunCommandLine(std::span<const std::string> arguments, std::ostream& out, std::ostream& err) {
+    std::string reason;
+    try {
+        std::ostringstream notes;
+        const ExitCode code = RunCommand(arguments, out, notes);
+        if (!out.flush())
+            throw Failure("standard output cannot be written: check where it goes and that there is room");
+        WriteNotes(notes.str(), err);
+        return code;
+    } catch (const Failure& failure) {
+        reason = failure.what();
+    } catch (const std::bad_alloc&) {
+        reason = "there is not enough memory: read fewer or smaller files together";
+    } catch (const std::exception& exception) {
+        reason = std::string("unexpected failure (") + exception.what() + "): please report it";
+    } catch (const Kest::RootException& exception) {
+        reason = std::string("unexpected failure (") + exception.GetName() + "): please report it";
+    }
+    err << "zalattributes: " << reason << '\n';
+    return Cannot;
+}
+
+}   // namespace Host

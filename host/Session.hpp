@@ -1,0 +1,50 @@
+#pragma once
+
+#include <ODB/Ref.hpp>
+
+#include <AttributeManager/AttributeSet.hpp>
+#include <AttributeManager/IAttributeRegister.hpp>
+#include <AttributeManager/ISortRuleTable.hpp>
+
+namespace Host {
+
+/// The library in use: from its making to its end all kinds are registered, the rules of SortRules.hpp hold and there
+/// is one document, the current attribute set. The library's state is the process's own: one session at a time.
+class Session {
+public:
+    /// \throws std::bad_alloc
+    Session();
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// The document.
+    const ODB::Ref<ADB::AttributeSet>& GetSet() const noexcept { return set; }
+
+private:
+    void Close() noexcept;
+
+    ADB::IAttributeRegister* kinds = nullptr;
+    ADB::ISortRuleTable* sortRules = nullptr;
+    ODB::Ref<ADB::AttributeSet> set;
+};
+
+/// An attribute set beside the document, empty at first, that lives as long as this.
+class ScratchSet {
+public:
+    /// \throws std::bad_alloc
+    ScratchSet();
+    ~ScratchSet();
+    ScratchSet(const ScratchSet&) = delete;
+    ScratchSet& operator=(const ScratchSet&) = delete;
+
+    const ODB::Ref<ADB::AttributeSet>& GetSet() const noexcept { return set; }
+
+private:
+    ODB::Ref<ADB::AttributeSet> set;
+};
+
+/// The type id of the kind with ref id \p refId in the register of the session.
+short TypeIdOf(unsigned int refId);
+
+}   // namespace Host

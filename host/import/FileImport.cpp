@@ -1,0 +1,109 @@
+#include "FileImport.hpp"
+
+#include "FileContent.hpp"
+#include "Session.hpp"
+#include "SetImport.hpp"
+#include "SetMerge.hpp"
+#include "output/SafeText.hpp"
+
+#include <cstddef>
+#include <string>
+
+namespace Host {
+
+namespace {
+
+ImportCounts ImportInto(const DxfDrawing& drawing, const ODB::Ref<ADB::AttributeSet>& set) {
+    return ImportDrawing(drawing, set);
+}
+ImportCounts ImportInto(const LineTypeFile& file, const ODB::Ref<ADB::AttributeSet>& set) {
+    return ImportLineTypes(file, set);
+}
+ImportCounts ImportInto(const PatternFile& file, const ODB::Ref<ADB::AttributeSet>& set) {
+    return ImportPatterns(file, set);
+}
+
+std::string At(std::size_t line) {
+    return line != 0 ? ':' + std::to_string(line) : std::string();
+}
+
+// "LAYER 12 (groups 347, 348), DIMSTYLE ..."; empty when everything was kept.
+std::string TextOfGroupsNotKept(const DxfDrawing& drawing) {
+    std::string text;
+    for (const auto& [table, groups] : drawing.groupsNotKept) {
+        std::size_t count = 0;
+        std::string codes;
+        for (const auto& [code, times] : groups) {
+            count += times;
+            codes += (codes.empty() ? "" : ", ") + std::to_string(code);
+        }
+        if (count != 0)
+            text += (text.empty() ? "" : "; ") + EscapeForMessage(table) + ' ' + std::to_string(count) + " (groups " +
+                    codes + ')';
+    }
+    return text;
+}
+
+std::string TextOfRecordsNotRead(const DxfDrawing& drawing) {
+    std::string text;
+    for (const auto& [place, count] : drawing.recordsNotRead)
+        text += (text.empty() ? "" : ", ") + EscapeForMessage(place) + ' ' + std::to_string(count);
+    return text;
+}
+
+void NoteLosses(const DxfDrawing& drawing, const std::string& shownPath, std::vector<std::string>& notes) {
+    if (const std::string text = TextOfGroupsNotKept(drawing); !text.empty())
+        notes.push_back(shownPath + ": values not kept: " + text);
+    if (const std::string text = TextOfRecordsNotRead(drawing); !text.empty())
+        notes.push_back(shownPath + ": records not read: " + text);
+}
+
+// These files hold nothing that is not kept.
+void NoteLosses(const LineTypeFile&, const std::string&, std::vector<std::string>&) {}
+void NoteLosses(const PatternFile&, const std::string&, std::vector<std::string>&) {}
+
+std::string TextOf(const ImportCounts& counts) {
+    std::string text = std::to_string(counts.added) + " new, " + std::to_string(counts.reused) + " reused, " +
+                       std::to_string(counts.renamed) + " renamed";
+    if (counts.completed != 0)
+        text += ", " + std::to_string(counts.completed) + " found that were missing";
+    return text;
+}
+
+}   // namespace
+
+template <class Content>
+void FileImporter::Take(const std::string& shownPath, const Content& content) {
+    for (const ReadWarning& warning : content.warnings)
+        notes.push_back(shownPath + At(warning.line) + ": " + warning.message);
+    NoteLosses(content, shownPath, notes);
+    ImportCounts counts;
+    if (isFirst) {
+        counts = ImportInto(content, set);
+    } else {
+        const ScratchSet scratch;
+        ImportInto(content, scratch.GetSet());
+        counts = MergeSet(scratch.GetSet(), set);
+    }
+    isFirst = false;
+    notes.push_back(shownPath + ": " + TextOf(counts));
+}
+
+void FileImporter::Import(const std::string& path) {
+    const std::string shownPath = EscapeForMessage(path);
+    const std::string bytes = ReadFileContent(path);
+    try {
+        switch (DetectFileKind(path, bytes)) {
+        case FileKind::Drawing:
+            return Take(shownPath, ReadDxf(bytes));
+        case FileKind::LineTypes:
+            return Take(shownPath, ReadLineTypeFile(bytes));
+        case FileKind::Patterns:
+            return Take(shownPath, ReadPatternFile(bytes));
+        }
+    } catch (const ReadError& error) {
+        throw Failure(shownPath + At(error.GetLine()) + ": " + error.what());
+    }
+}
+
+}   // namespace Host

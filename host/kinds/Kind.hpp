@@ -1,0 +1,250 @@
+#pragma once
+
+#include "Field.hpp"
+
+#include <cstddef>
+#include <utility>
+
+#include <Kest/ClassInfo.hpp>
+#include <Kest/Guid.hpp>
+
+#include <ODB/Properties.hpp>
+#include <ODB/Ref.hpp>
+
+#include <Lum/Properties.hpp>
+
+#include <ZalUtil/FieldMask.hpp>
+
+#include <AttributeManager/AttributeErrors.hpp>
+#include <AttributeManager/GeneralAttribute.hpp>
+#include <AttributeManager/IAttributeNewIndexTable.hpp>
+#include <AttributeManager/IAttributeRegister.hpp>
+#include <AttributeManager/IUsedAttrCollection.hpp>
+
+/// \file
+/// How a kind of attribute is made. It is a struct of fields and a class:
+///
+///     struct StickerFields {
+///         Kest::UniString text;
+///         double width = 10;   ///< in mm
+///         short fill = 0;      ///< what is behind the text
+///
+///         static constexpr auto Fields() {
+///             return std::tuple(Field(1, "text", &StickerFields::text), Field(2, "width", &StickerFields::width),
+///                               Field(3, "fill", &StickerFields::fill, Fill::Record.refId));
+///         }
+///         bool operator==(const StickerFields&) const = default;
+///     };
+///
+///     class Sticker final : public Kind<Sticker, StickerFields> {
+///     public:
+///         static constexpr KindRecord Record{"Host::Sticker", "Sticker", "Stickers", FourCharacters("STIK"),
+///                                            "{...}", "{...}"};   // two fresh GUIDs
+///     };
+///
+/// and a place in AllKinds (AllKinds.hpp). That is all: comparing, copying, isolated states, references and reindexing
+/// follow from the declaration of the fields, and so does everything that shows fields. Numbers, names, ref id and
+/// GUIDs stand in documents: once a kind is out they never change, and what is retired is never used again.
+///
+/// An attribute is read through `sticker.Get().width` and changed through `sticker.Set<&StickerFields::width>(12)`.
+namespace Host {
+
+/// The identity of a kind.
+struct KindRecord {
+    const char* className;     ///< the qualified name of its class
+    const char* name;          ///< one such attribute, in one word: "LineType"
+    const char* typeName;      ///< all of them, for the user: "Line Types"
+    unsigned int refId;        ///< four characters, see FourCharacters
+    const char* classId;       ///< GUID of the class record, which is the type GUID in the register
+    const char* containerId;   ///< GUID of the container in sets that are made with registered GUIDs
+};
+
+/// What can be asked of an attribute of any kind of this host.
+class KindBase : public ADB::GeneralAttribute {
+public:
+    KindBase* Clone() const override = 0;
+
+    /// The fields of the kind, without name, index, flags and time.
+    virtual void VisitFields(FieldVisitor& visitor) const = 0;
+
+protected:
+    using GeneralAttribute::GeneralAttribute;
+};
+
+/// The base of the kind \p Derived with the fields \p FieldStruct.
+template <class Derived, HasFields FieldStruct>
+class Kind : public KindBase {
+public:
+    class IsolatedState : public ADB::GeneralAttribute::IsolatedState {
+    public:
+        FieldStruct fields;
+    };
+
+    using FieldsType = FieldStruct;
+
+    Kind() : KindBase(GetClassInfoStatic()) {}
+
+    static const Kest::ClassInfo* GetClassInfoStatic() {
+        static const Kest::ClassInfo info(
+            Derived::Record.className, Kest::Guid(Derived::Record.classId), Kest::ClassVersion(1, 0),
+            ADB::GeneralAttribute::GetClassInfoStatic(),
+            {&Lum::ClientCreatableObject, &Lum::HasLumSpecificData, &Lum::LumClass, &ODB::Pinned},
+            []() -> Kest::Object* { return new Derived; });
+        return &info;
+    }
+
+    unsigned int GetAttributeTypeId() const override { return Derived::Record.refId; }
+    KindBase* Clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
+
+    const FieldStruct& Get() const noexcept { return fields; }
+
+    /// Gives the field \p Member the value \p value and announces it, unless it has that value already.
+    template <auto Member, class Value>
+    void Set(Value&& value) {
+        if (fields.*Member == value)
+            return;
+        ODB::ModificationGate gate(*this);
+        fields.*Member = std::forward<Value>(value);
+        gate.Close();
+        this->NotifyObservers(FieldIdOf(FieldNumberOf<FieldStruct, Member>()));
+    }
+
+    /// The number \p fieldNumber under the GUID of the kind's class.
+    static FieldID FieldIdOf(int fieldNumber) {
+        return FieldMask::FieldIdx2FieldId(GetClassInfoStatic()->GetId(), fieldNumber);
+    }
+
+    IsolatedState* CreateIsolatedState() const override { return new IsolatedState; }
+    int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
+    int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
+    std::size_t GetIsolatedSize() const override { return sizeof(IsolatedState); }
+
+    FieldMask Compare(ODB::ConstRef<ADB::GeneralAttribute> other) const override;
+    bool IsEqual(ODB::ConstRef<ADB::GeneralAttribute> other) const override;
+    void Synchronize(ODB::ConstRef<ADB::GeneralAttribute> other, const FieldMask& mask) override;
+
+    /// Announces the fields that change.
+    void ReindAttr(ADB::IAttributeNewIndexTable* table) override;
+    void CollectUsedAttrs(IUsedAttrCollection& collection) const override;
+
+    void VisitFields(FieldVisitor& visitor) const override { Host::VisitFields(fields, visitor); }
+
+protected:
+    Kind(const Kind& other) = default;
+    Kind& operator=(const Kind& other) = default;
+
+    void Copy(ODB::ConstRef<ADB::GeneralAttribute> other) override;
+
+private:
+    /// The fields of \p other, null when it is null or of another kind.
+    static const FieldStruct* FieldsOf(const ODB::ConstRef<ADB::GeneralAttribute>& other) {
+        const auto* const same = dynamic_cast<const Derived*>(other.Get());
+        return same != nullptr ? &same->Get() : nullptr;
+    }
+
+    void Take(FieldStruct&& newFields) {
+        const ODB::ModificationGate gate(*this);
+        fields = std::move(newFields);
+    }
+
+    FieldMask DifferenceFrom(const FieldStruct& others) const {
+        FieldMask differing;
+        ForEachField<FieldStruct>([&](const auto& field) {
+            if (!(fields.*field.member == others.*field.member))
+                differing.Set(FieldIdOf(field.number));
+        });
+        return differing;
+    }
+
+    FieldStruct fields;
+};
+
+template <class Derived, HasFields FieldStruct>
+int Kind<Derived, FieldStruct>::StoreIsolatedState(ODB::Object::IsolatedState* state) const {
+    auto* const own = dynamic_cast<IsolatedState*>(state);
+    if (own == nullptr)
+        return ADB::Error::WrongCall;
+    if (const int status = ADB::GeneralAttribute::StoreIsolatedState(state); status != 0)
+        return status;
+    own->fields = fields;
+    return ADB::Error::None;
+}
+
+template <class Derived, HasFields FieldStruct>
+int Kind<Derived, FieldStruct>::RestoreIsolatedState(const ODB::Object::IsolatedState* state) {
+    const auto* const own = dynamic_cast<const IsolatedState*>(state);
+    if (own == nullptr)
+        return ADB::Error::WrongCall;
+    FieldStruct restored(own->fields);   // before anything changes: it may need memory
+    if (const int status = ADB::GeneralAttribute::RestoreIsolatedState(state); status != 0)
+        return status;
+    Take(std::move(restored));
+    return ADB::Error::None;
+}
+
+template <class Derived, HasFields FieldStruct>
+FieldMask Kind<Derived, FieldStruct>::Compare(ODB::ConstRef<ADB::GeneralAttribute> other) const {
+    FieldMask differing = ADB::GeneralAttribute::Compare(other);
+    if (const FieldStruct* const others = FieldsOf(other); others != nullptr)
+        differing |= DifferenceFrom(*others);
+    return differing;
+}
+
+template <class Derived, HasFields FieldStruct>
+bool Kind<Derived, FieldStruct>::IsEqual(ODB::ConstRef<ADB::GeneralAttribute> other) const {
+    const FieldStruct* const others = FieldsOf(other);
+    return others != nullptr && ADB::GeneralAttribute::IsEqual(other) && fields == *others;
+}
+
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::Copy(ODB::ConstRef<ADB::GeneralAttribute> other) {
+    const FieldStruct* const others = FieldsOf(other);
+    if (others == nullptr)
+        return;
+    FieldStruct copied(*others);
+    ADB::GeneralAttribute::Copy(other);
+    Take(std::move(copied));
+}
+
+// The own fields first: the general part announces a new name, and whoever hears it finds everything in place.
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::Synchronize(ODB::ConstRef<ADB::GeneralAttribute> other, const FieldMask& mask) {
+    const FieldStruct* const others = FieldsOf(other);
+    if (others == nullptr || other.Get() == this)
+        return;
+    FieldStruct synchronized(fields);
+    ForEachField<FieldStruct>([&](const auto& field) {
+        if (mask.Test(FieldIdOf(field.number)))
+            synchronized.*field.member = others->*field.member;
+    });
+    Take(std::move(synchronized));
+    ADB::GeneralAttribute::Synchronize(other, mask);
+}
+
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::ReindAttr(ADB::IAttributeNewIndexTable* table) {
+    const ADB::IAttributeRegister* const kinds = GetAttributeRegister();
+    if (table == nullptr || kinds == nullptr)
+        return;
+    FieldStruct reindexed(fields);
+    ForEachReference(reindexed, [&](unsigned int refId, short& reference) {
+        const short newIndex = GetNewAttributeIndex(table, kinds->GetTypeIdByRefId(refId), reference);
+        if (newIndex != 0)
+            reference = newIndex;
+    });
+    const FieldMask changed = DifferenceFrom(reindexed);
+    if (changed.IsEmpty())
+        return;
+    Take(std::move(reindexed));
+    this->NotifyObservers(&changed);
+}
+
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::CollectUsedAttrs(IUsedAttrCollection& collection) const {
+    ForEachReference(fields, [&collection](unsigned int refId, short reference) {
+        if (reference != 0 && !collection.IsSatisfied())
+            collection.AddAttribute(refId, reference);
+    });
+}
+
+}   // namespace Host

@@ -1,0 +1,315 @@
+#include "CommandLine.hpp"
+#include "ReaderSamples.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <AttributeManager/IAttributeRegister.hpp>
+
+namespace {
+
+using HostTests::Sample;
+
+struct Outcome {
+    int code = 0;
+    std::string out;
+    std::string err;
+};
+
+Outcome RunCommand(const std::vector<std::string>& arguments) {
+    std::ostringstream out, err;
+    const int code = Host::RunCommandLine(arguments, out, err);
+    return {code, out.str(), err.str()};
+}
+
+// A drawing in the version that has UTF-8 texts.
+std::string DrawingWith(const std::string& tables) {
+    return "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1021\n0\nENDSEC\n0\nSECTION\n2\nTABLES\n" + tables +
+           "0\nENDSEC\n0\nEOF\n";
+}
+
+std::string LayerTable(const std::vector<std::string>& names, const std::string& lineType = "CONTINUOUS") {
+    std::string table = "0\nTABLE\n2\nLAYER\n70\n1\n";
+    for (const std::string& name : names)
+        table += "0\nLAYER\n2\n" + name + "\n70\n4\n62\n-7\n6\n" + lineType + "\n";
+    return table + "0\nENDTAB\n";
+}
+
+constexpr char LineTypeTable[] = "0\nTABLE\n2\nLTYPE\n70\n1\n0\nLTYPE\n2\nDashed\n70\n0\n3\n__ __\n72\n65\n73\n2\n40\n"
+                                 "1.5\n49\n1.0\n49\n-.50\n0\nENDTAB\n";
+
+class CommandLineTest : public testing::Test {
+protected:
+    CommandLineTest() {
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directories(folder);
+    }
+    ~CommandLineTest() override { std::filesystem::remove_all(folder); }
+
+    std::string Write(const std::string& name, const std::string& bytes) const {
+        const std::filesystem::path path = folder / name;
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path.string();
+    }
+
+    const std::filesystem::path folder =
+        std::filesystem::path(testing::TempDir()) /
+        ("CommandLineTest." + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+};
+
+TEST_F(CommandLineTest, TsvHasExactlyTheseColumns) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "DASHED")));
+    const std::string patterns = Write("a.pat", "*GRID, Square grid\n0, 0,0, 0,1\n90, 0,0, 0,1, .5,-0.5\n");
+    const struct {
+        const char* kind;
+        const char* expected;
+    } cases[] = {
+        {"Layer", "index\tname\tcolor\tlineType\tflags\n1\tWall\t-7\tDashed\t4\n"},
+        {"linetype", "index\tname\tdescription\tpattern\n1\tDashed\t__ __\t1 -0.5\n"},
+        {"Fill", "index\tname\tdescription\tfamilies\n1\tGRID\tSquare grid\t0,0,0,0,1 | 90,0,0,0,1,0.5,-0.5\n"},
+        {"City", "index\tname\tlatitude\tlongitude\televation\ttimeZone\n"},
+    };
+    for (const auto& c : cases) {
+        const Outcome outcome = RunCommand({"list", drawing, "--type", c.kind, "--format=tsv", "--", patterns});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, c.expected);
+    }
+    EXPECT_EQ(RunCommand({"list", patterns, drawing, "--format", "tsv"}).out,
+              "type\tindex\tname\nFill\t1\tGRID\nLayer\t1\tWall\nLineType\t1\tDashed\nPenTable\t1\tDrawing Colors\n");
+    EXPECT_EQ(GetAttributeRegister(), nullptr) << "nothing is left of a run";
+}
+
+TEST_F(CommandLineTest, WhatStandsInNamesDoesNoHarm) {
+    const std::string drawing =
+        Write("a.dxf", DrawingWith(LayerTable({"a\tb\\c\x1B[2J", "\\U+D83D", "\"\xC2\x85\xE2\x80\xAE"})));
+    EXPECT_EQ(RunCommand({"list", drawing, "--type", "Layer", "--format", "tsv"}).out,
+              "index\tname\tcolor\tlineType\tflags\n"
+              "1\ta\\tb\\\\c\\x1B[2J\t-7\tCONTINUOUS\t4\n"
+              "2\t\\xED\\xA0\\xBD\t-7\tCONTINUOUS\t4\n"
+              "3\t\"\\xC2\\x85\xE2\x80\xAE\t-7\tCONTINUOUS\t4\n");
+    EXPECT_EQ(RunCommand({"list", drawing, "--type", "Layer"}).out,
+              "Layers (3)\n"
+              "index  name       color  lineType    flags\n"
+              "    1  a\uFFFDb\\c\uFFFD[2J     -7  CONTINUOUS      4\n"
+              "    2  \uFFFD             -7  CONTINUOUS      4\n"
+              "    3  \"\uFFFD\uFFFD           -7  CONTINUOUS      4\n");
+    const std::string json = RunCommand({"list", drawing, "--type", "Layer", "--format", "json"}).out;
+    for (const char* const name : {R"("a\u0009b\\c\u001B[2J")", R"("\uD83D")", R"("\"\u0085\u202E")"})
+        EXPECT_NE(json.find(name), std::string::npos) << name << " in " << json;
+}
+
+TEST_F(CommandLineTest, JsonHasAllThatIsKnown) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall", "Roof"}, "DASHED")));
+    const std::string fields = R"("color": -7, "lineType": "Dashed", "flags": 4, "penTable": "Drawing Colors", )"
+                               R"("pen": 7, "lineWeight": null, "trueColor": null, "isPlotted": true})";
+    EXPECT_EQ(RunCommand({"list", drawing, "--type", "Layer", "--format", "json"}).out,
+              "{\n  \"Layer\": [\n    {\"index\": 1, \"name\": \"Wall\", " + fields +
+                  ",\n    {\"index\": 2, \"name\": \"Roof\", " + fields + "\n  ]\n}\n");
+    EXPECT_EQ(RunCommand({"list", drawing, "--type", "City", "--format", "json"}).out, "{\n  \"City\": []\n}\n");
+
+    const std::string lines = Write("a.lin", "*GAS,Gas\nA,.5,-.2,[\"GAS\",STANDARD,S=.1,R=0,X=-0.1,Y=-.05],-.25\n");
+    const std::string json = RunCommand({"list", lines, "--type", "LineType", "--format", "json"}).out;
+    for (const char* const part : {R"("pattern": [0.5, -0.2, -0.25], "length": 0.95)",
+                                   R"("symbols": [[1, 2, "GAS", "", "STANDARD", 0, 0.1, 0, -0.1, -0.05]]})"})
+        EXPECT_NE(json.find(part), std::string::npos) << part << " in " << json;
+}
+
+TEST_F(CommandLineTest, SortAndExtensionRules) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LayerTable({"b.x", "B", "c.x.y", "a.x", "A"})));
+    const struct {
+        std::vector<std::string> options;
+        const char* names;
+    } cases[] = {
+        {{}, "b.x B c.x.y a.x A"},
+        {{"--sort", "index"}, "b.x B c.x.y a.x A"},
+        {{"--sort=name"}, "A a.x B b.x c.x.y"},
+        {{"--sort=extension"}, "A B a.x b.x c.x.y"},
+        {{"--extension", "x"}, "b.x a.x"},
+        {{"--extension", "x", "--sort", "name"}, "a.x b.x"},
+        {{"--extension="}, "B A"},
+        {{"--extension", "X"}, ""},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> arguments{"list", drawing, "--type", "Layer", "--format", "tsv"};
+        arguments.insert(arguments.end(), c.options.begin(), c.options.end());
+        std::istringstream lines(RunCommand(arguments).out);
+        std::string line, names;
+        std::getline(lines, line);
+        while (std::getline(lines, line)) {
+            const std::size_t begin = line.find('\t') + 1;
+            names += (names.empty() ? "" : " ") + line.substr(begin, line.find('\t', begin) - begin);
+        }
+        EXPECT_EQ(names, c.names) << testing::PrintToString(c.options);
+    }
+}
+
+TEST_F(CommandLineTest, MissingLineTypesAreShownOnRequest) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "Hidden")));
+    const std::vector<std::string> arguments{"list", drawing, "--type=LineType", "--format=tsv"};
+    std::vector<std::string> withAll = arguments;
+    withAll.push_back("--all");
+    EXPECT_EQ(RunCommand(arguments).out.find("Hidden"), std::string::npos);
+    EXPECT_NE(RunCommand(withAll).out.find("2\tHidden\t\t\n"), std::string::npos);
+}
+
+TEST_F(CommandLineTest, TheSummaryCountsWhatBecameOfTheAttributes) {
+    const std::string one = Write("one.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "Dashed")));
+    const std::string two =
+        Write("two.dxf", DrawingWith(LayerTable({"WALL", "Roof"}, "Dashed") + "0\nTABLE\n2\nSTYLE\n0\n"
+                                                                              "STYLE\n2\nx\n0\nENDTAB\n"));
+    EXPECT_EQ(RunCommand({"list", one, two, one}).err, "zalattributes: " + one + ": 3 new, 0 reused, 0 renamed\n" +
+                                                           "zalattributes: " + two + ": records not read: STYLE 1\n" +
+                                                           "zalattributes: " + two + ": 1 new, 3 reused, 0 renamed\n" +
+                                                           "zalattributes: " + one + ": 0 new, 3 reused, 0 renamed\n");
+}
+
+TEST_F(CommandLineTest, WhatCannotBeDoneIsSaidInOneLine) {
+    const std::string good = Write("good.dxf", DrawingWith(LayerTable({"Wall"})));
+    const std::string cut = DrawingWith(LayerTable({"Wall"}));
+    const struct {
+        std::vector<std::string> arguments;
+        std::string said;
+    } cases[] = {
+        {{}, "no command"},
+        {{"lst", good}, "no command 'lst'"},
+        {{"list"}, "no file"},
+        {{"list", "--colour", good}, "no option --colour"},
+        {{"list", good, "--type"}, "--type needs a value"},
+        {{"list", good, "--all=yes"}, "--all has no value"},
+        {{"list", good, "--sort", "name", "--sort", "name"}, "--sort is given twice"},
+        {{"list", good, "--type", "Door"}, "no kind 'Door'"},
+        {{"list", good, "--sort", "color"}, "index, name, extension"},
+        {{"list", good, "--format", "xml"}, "table, tsv, json"},
+        {{"list", good, folder.string() + "/no\nsuch.dxf"}, "no\\x0Asuch.dxf: there is no such file"},
+        {{"list", folder.string()}, "this is a folder"},
+        {{"list", Write("empty.dxf", "")}, "the file is empty"},
+        {{"list", Write("cut.dxf", cut.substr(0, cut.find("62")))}, "cut.dxf:"},
+        {{"list", Write("note.txt", "dear reader\n")}, "note.txt:1: this is neither"},
+        {{"list", Write("binary", Sample("mozman-ezdxf__bin_dxf_r12.dxf"))}, "binary"},
+        {{"list", good, Write("bad.lin", "*A,b\nA,x\n")}, "bad.lin:2: "},
+        {{"list", Write("bad.pat", "*A,b\n0,0\n")}, "bad.pat:2: "},
+    };
+    for (const auto& c : cases) {
+        const Outcome outcome = RunCommand(c.arguments);
+        EXPECT_EQ(outcome.code, 2) << c.said;
+        EXPECT_EQ(outcome.out, "") << c.said;
+        EXPECT_NE(outcome.err.find(c.said), std::string::npos) << c.said << " in " << outcome.err;
+        EXPECT_TRUE(outcome.err.starts_with("zalattributes: ")) << outcome.err;
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+    }
+}
+
+TEST_F(CommandLineTest, FilesAreKnownByTheirContentToo) {
+    const struct {
+        const char* name;
+        std::string bytes;
+        const char* kind;
+    } cases[] = {
+        {"drawing", "999\ncomment\n" + DrawingWith(LayerTable({"Found"})), "Layer"},
+        {"marked.txt", "\xEF\xBB\xBF" + DrawingWith(LayerTable({"Found"})), "Layer"},
+        {"lines", "; comment\n\n*Found,line\nA,1,-1\n", "LineType"},
+        {"patterns", "*Found\n0,0,0,0,1\n", "Fill"},
+        {"UPPER.PAT", "*Found\n0,0,0,0,1\n", "Fill"},
+        {"-", "*Found\n0,0,0,0,1\n", "Fill"},
+    };
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder);
+    for (const auto& c : cases) {
+        Write(c.name, c.bytes);
+        EXPECT_NE(RunCommand({"list", c.name, "--type", c.kind}).out.find("Found"), std::string::npos) << c.name;
+    }
+    Write("--all", cases[4].bytes);
+    EXPECT_NE(RunCommand({"list", "--", "--all"}).out.find("Found"), std::string::npos);
+    std::filesystem::current_path(before);
+}
+
+TEST_F(CommandLineTest, HelpSaysWhatThereIs) {
+    const Outcome general = RunCommand({"--help"});
+    EXPECT_EQ(general.code, 0);
+    EXPECT_NE(general.out.find("\n  list "), std::string::npos);
+    const Outcome list = RunCommand({"list", "--nonsense", "--help"});
+    EXPECT_EQ(list.code, 0);
+    for (const char* const word :
+         {"--type KIND", "--sort KEY", "--extension TEXT", "--format FORM", "--all", "--  ", "Example",
+          "BuildingMaterial", "Exit codes", "SOURCE_DATE_EPOCH", "index name color lineType flags\n", "\\xHH", "32766"})
+        EXPECT_NE(list.out.find(word), std::string::npos) << word;
+}
+
+TEST_F(CommandLineTest, OutputThatCannotBeWrittenIsAFailure) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LayerTable({"Wall"})));
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"list", drawing}, std::vector<std::string>{"--help"}}) {
+        std::ostream out(nullptr);
+        std::ostringstream err;
+        EXPECT_EQ(Host::RunCommandLine(arguments, out, err), 2);
+        EXPECT_NE(err.str().find("standard output"), std::string::npos) << err.str();
+        EXPECT_EQ(std::ranges::count(err.str(), '\n'), 1) << err.str();
+    }
+}
+
+TEST_F(CommandLineTest, TruncatedDrawingsAreReadOrRefusedWithAMessage) {
+    const std::string whole = Sample("mozman-ezdxf__ASCII_R12.dxf");
+    const std::size_t step = std::max<std::size_t>(1, whole.size() / 200);
+    for (std::size_t length = 0; length < whole.size(); length += step) {
+        const Outcome outcome = RunCommand({"list", Write("cut.dxf", whole.substr(0, length)), "--format", "json"});
+        EXPECT_TRUE(outcome.code == 0 || outcome.code == 2) << length;
+        EXPECT_EQ(outcome.out.empty(), outcome.code == 2) << length;
+        EXPECT_FALSE(outcome.err.empty()) << length;
+    }
+}
+
+#ifdef __unix__
+
+class Environment {
+public:
+    explicit Environment(const char* value) { setenv("SOURCE_DATE_EPOCH", value, 1); }
+    ~Environment() { unsetenv("SOURCE_DATE_EPOCH"); }
+};
+
+TEST_F(CommandLineTest, SourceDateEpochMustBeATime) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LayerTable({"Wall"})));
+    const struct {
+        const char* value;
+        int code;
+    } cases[] = {{"0", 0}, {"1700000000", 0}, {"", 2}, {"now", 2}, {"-1", 2}, {"1700000000 ", 2}, {"99999999999", 2}};
+    for (const auto& c : cases) {
+        const Environment environment(c.value);
+        EXPECT_EQ(RunCommand({"list", drawing}).code, c.code) << c.value;
+    }
+}
+
+// What only a process can show: how its exit code and its streams are tied together.
+TEST_F(CommandLineTest, TheProgramAnswersWithItsExitCode) {
+    const char* const program = std::getenv("ZALATTRIBUTES_PATH");
+    if (program == nullptr)
+        GTEST_SKIP() << "ZALATTRIBUTES_PATH does not name the program";
+    const std::string drawing = Write("a.dxf", DrawingWith(LayerTable({"Wall"})));
+    const std::string list = "'" + std::string(program) + "' list '" + drawing + "' 2>/dev/null ";
+    const struct {
+        std::string command;
+        int code;
+    } cases[] = {
+        {list + ">/dev/null", 0},
+        {list + ">/dev/full", 2},
+        {list + ">&-", 2},
+        {"{ sleep 0.2; " + list + "; echo $? >'" + folder.string() + "/code'; } | true; sleep 0.5; exit $(cat '" +
+             folder.string() + "/code')",
+         2},
+        {"'" + std::string(program) + "' 2>/dev/null", 2},
+    };
+    for (const auto& c : cases) {
+        const int status = std::system(c.command.c_str());
+        EXPECT_EQ(status / 256, c.code) << c.command;
+    }
+}
+
+#endif
+
+}   // namespace
