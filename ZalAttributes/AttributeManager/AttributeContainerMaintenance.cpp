@@ -37,9 +37,8 @@ void AttributeContainer::DeleteExternalDataHandlers(const ZalUtil::OwnerList& ow
 
 bool AttributeContainer::CheckInvariants() const {
     bool observed = true;
-    EnumerateConstAttributes([&](const ODB::ConstRef<GeneralAttribute>& attribute) {
-        observed = observed && attribute->IsAttached(*this);
-    });
+    EnumerateConstAttributes(
+        [&](const ODB::ConstRef<GeneralAttribute>& attribute) { observed = observed && attribute->IsAttached(*this); });
     const auto* const index = static_cast<const AttributeIndex*>(GetAttributeAssociation().FindRightIndex(*GetInfo()));
     return observed && (index == nullptr || index->CheckInvariants());
 }

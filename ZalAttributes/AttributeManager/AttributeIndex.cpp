@@ -99,7 +99,7 @@ void AttributeIndex::ObjectCreated(const ODB::Ref<ODB::Object>& object) {
     tables->indexes.Add(attribute.GetIndex(), record);
     LogIfOther(&LogCreatedNameClash, record, tables->names.Find(attribute.GetName(), hash));
     tables->names.Add(hash, record);
-    tables->ForgetOrder();
+    tables->NoteMoved(record);
 }
 
 // The keys are those under which the attribute is filed: whoever changes them moves them (AttributeKeyChange). What
@@ -118,12 +118,12 @@ void AttributeIndex::ObjectModified(const ODB::Ref<ODB::Object>& object) {
 }
 
 void AttributeIndex::ObjectDeleted(const ODB::Ref<ODB::Object>& object) {
-    const ODB::ObjectInfo& record = *object.GetInfo();
+    ODB::ObjectInfo& record = *object.GetInfo();
     const GeneralAttribute& attribute = AttributeOf(record);
     tables->indexes.Remove(attribute.GetIndex(), record);
     tables->names.Remove(Kest::HashIgnoringCase(attribute.GetName()), record);
     tables->numbers.Forget(attribute.GetName());
-    tables->ForgetOrder();
+    tables->NoteGone(record);
 }
 
 void AttributeIndex::Clear() {

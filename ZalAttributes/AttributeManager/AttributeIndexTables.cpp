@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 
 #include <Kest/CaseMapping.hpp>
 
@@ -13,6 +14,8 @@
 namespace ADB {
 namespace {
 
+constexpr std::size_t ChangesShare = 16;   // more changes than a 16th are not worth noting: sorting anew is as fast
+constexpr std::size_t FewChanges = 4;
 constexpr int FirstIndex = 1;
 constexpr int LastIndex = 32766;
 
@@ -238,9 +241,8 @@ void NameKeys::Erase(std::size_t gap) noexcept {
     slots[gap] = {};
 }
 
-bool AttributeIndexTables::IsNameBorne(std::u16string_view name, const ODB::ObjectInfo* except,
+bool AttributeIndexTables::IsNameBorne(std::u16string_view name, std::uint32_t hash, const ODB::ObjectInfo* except,
                                        const ODB::ObjectInfo* container) const {
-    const std::uint32_t hash = Kest::HashIgnoringCase(name);
     const ODB::ObjectInfo* const holder = names.Find(name, hash);
     if (holder != nullptr && holder != except)
         return true;
@@ -270,9 +272,69 @@ void AttributeIndexTables::TakeIndex(ODB::ObjectInfo& record) noexcept {
 }
 
 const std::vector<ODB::ObjectInfo*>& AttributeIndexTables::GetSortedByName(const ODB::ObjectInfo& container) {
-    if (sortedByName.empty())
+    if (sortedByName.empty()) {
+        moved.reserve(names.GetSize() / ChangesShare + FewChanges);
+        gone.reserve(moved.capacity());
         sortedByName = SortByUpperCaseName(container);
+    } else if (!moved.empty() || !gone.empty()) {
+        RepairOrder();
+    }
     return sortedByName;
+}
+
+void AttributeIndexTables::ForgetOrder() noexcept {
+    sortedByName.clear();
+    moved.clear();
+    gone.clear();
+}
+
+bool AttributeIndexTables::MayNote() noexcept {
+    if (moved.size() == moved.capacity() || gone.size() == gone.capacity())
+        ForgetOrder();
+    return !sortedByName.empty();
+}
+
+void AttributeIndexTables::NoteMoved(ODB::ObjectInfo& record) noexcept {
+    if (!sortedByName.empty() && MayNote())
+        moved.push_back(&record);
+}
+
+void AttributeIndexTables::NoteGone(ODB::ObjectInfo& record) noexcept {
+    if (sortedByName.empty() || !MayNote())
+        return;
+    std::erase(moved, &record);
+    gone.push_back(&record);
+}
+
+// Takes out what moved or went, and puts what moved where it belongs now.
+void AttributeIndexTables::RepairOrder() {
+    const auto isBefore = [](const ODB::ObjectInfo* one, const ODB::ObjectInfo* other) {
+        return Kest::CompareIgnoringCase(AttributeOf(*one).GetName(), AttributeOf(*other).GetName()) < 0;
+    };
+    std::sort(moved.begin(), moved.end());
+    moved.erase(std::unique(moved.begin(), moved.end()), moved.end());
+    std::vector<ODB::ObjectInfo*> taken(gone);
+    taken.insert(taken.end(), moved.begin(), moved.end());
+    std::sort(taken.begin(), taken.end());
+    std::vector<ODB::ObjectInfo*> rest;
+    rest.reserve(sortedByName.size());
+    std::remove_copy_if(sortedByName.begin(), sortedByName.end(), std::back_inserter(rest),
+                        [&taken](auto* record) { return std::binary_search(taken.begin(), taken.end(), record); });
+
+    std::sort(moved.begin(), moved.end(), isBefore);
+    std::vector<ODB::ObjectInfo*> repaired;
+    repaired.reserve(rest.size() + moved.size());
+    auto next = rest.begin();
+    for (ODB::ObjectInfo* const record : moved) {
+        const auto place = std::upper_bound(next, rest.end(), record, isBefore);
+        repaired.insert(repaired.end(), next, place);
+        repaired.push_back(record);
+        next = place;
+    }
+    repaired.insert(repaired.end(), next, rest.end());
+    sortedByName.swap(repaired);
+    moved.clear();
+    gone.clear();
 }
 
 }   // namespace ADB

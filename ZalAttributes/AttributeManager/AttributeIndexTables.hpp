@@ -152,8 +152,13 @@ public:
         return names.Find(name, Kest::HashIgnoringCase(name));
     }
 
-    /// Whether an attribute other than \p except bears the name or index; \p scope is the container's record.
-    bool IsNameBorne(std::u16string_view name, const ODB::ObjectInfo* except, const ODB::ObjectInfo* scope) const;
+    /// Whether an attribute other than \p except bears the name or index; \p container is the container's record.
+    /// \p hash is that of the name, letter case ignored.
+    bool IsNameBorne(std::u16string_view name, std::uint32_t hash, const ODB::ObjectInfo* except,
+                     const ODB::ObjectInfo* container) const;
+    bool IsNameBorne(std::u16string_view name, const ODB::ObjectInfo* except, const ODB::ObjectInfo* container) const {
+        return IsNameBorne(name, Kest::HashIgnoringCase(name), except, container);
+    }
     bool IsIndexBorne(short index, const GeneralAttribute* except) const noexcept;
 
     /// Makes \p record, counted as a bearer of its index, the holder, and logs whom it displaces.
@@ -161,12 +166,23 @@ public:
 
     /// Attributes sorted by upper-case name; kept until something changes.
     const std::vector<ODB::ObjectInfo*>& GetSortedByName(const ODB::ObjectInfo& scope);
-    void ForgetOrder() noexcept { sortedByName.clear(); }
+    void ForgetOrder() noexcept;
+    /// The order by name has to be put right for \p record: it came or got another name.
+    void NoteMoved(ODB::ObjectInfo& record) noexcept;
+    /// \p record goes.
+    void NoteGone(ODB::ObjectInfo& record) noexcept;
 
     ODB::ObjectInfo* scope = nullptr;   // the container
 
 private:
-    std::vector<ODB::ObjectInfo*> sortedByName;
+    void RepairOrder();
+    bool MayNote() noexcept;
+
+    std::vector<ODB::ObjectInfo*> sortedByName;   // empty: not known
+    // Changes since then, as far as there was room for them when the order was made; otherwise the order is forgotten.
+    // Those gone are not looked into any more: their memory may be another record's.
+    std::vector<ODB::ObjectInfo*> moved;
+    std::vector<ODB::ObjectInfo*> gone;
 };
 
 }   // namespace ADB

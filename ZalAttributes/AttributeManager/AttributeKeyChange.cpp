@@ -10,8 +10,17 @@
 namespace ADB {
 
 AttributeKeyChange::AttributeKeyChange(GeneralAttribute& changing, const Kest::UniString& newName, short newIndex)
-    : attribute(changing), index(Prepare(changing, newIndex)), oldIndex(changing.GetIndex()),
-      renames(changing.GetName() != newName), gate(changing) {
+    : AttributeKeyChange(changing, newName, newIndex, Kest::HashIgnoringCase(newName)) {
+}
+
+AttributeKeyChange::AttributeKeyChange(GeneralAttribute& changing, const Kest::UniString& newName, short newIndex,
+                                       std::uint32_t newNameHash)
+    : attribute(changing),
+      index(Prepare(changing, newIndex)),
+      oldIndex(changing.GetIndex()),
+      renames(changing.GetName() != newName),
+      newHash(newNameHash),
+      gate(changing) {
     if (index == nullptr || !renames)
         return;
     oldHash = Kest::HashIgnoringCase(attribute.GetName());
@@ -56,11 +65,10 @@ void AttributeKeyChange::MoveKeys() noexcept {
     }
     if (!renames)
         return;
-    const std::uint32_t hash = Kest::HashIgnoringCase(attribute.GetName());
-    tables.ForgetOrder();
+    tables.NoteMoved(record);
     tables.names.Remove(oldHash, record);
-    LogIfOther(&LogModifiedNameClash, record, tables.names.Find(attribute.GetName(), hash));
-    tables.names.Add(hash, record);
+    LogIfOther(&LogModifiedNameClash, record, tables.names.Find(attribute.GetName(), newHash));
+    tables.names.Add(newHash, record);
 }
 
 }   // namespace ADB

@@ -19,6 +19,9 @@ class AttributeKeyChange {
 public:
     /// \param newName, newIndex what the attribute will bear. \throws std::bad_alloc with nothing changed
     AttributeKeyChange(GeneralAttribute& changing, const Kest::UniString& newName, short newIndex);
+    /// \param newNameHash the hash of the new name, letter case ignored, for who knows it already
+    AttributeKeyChange(GeneralAttribute& changing, const Kest::UniString& newName, short newIndex,
+                       std::uint32_t newNameHash);
     AttributeKeyChange(const AttributeKeyChange&) = delete;
     AttributeKeyChange& operator=(const AttributeKeyChange&) = delete;
 
@@ -38,6 +41,7 @@ private:
     short oldIndex;
     bool renames;
     std::uint32_t oldHash = 0;
+    std::uint32_t newHash;
     ODB::ModificationGate gate;
 };
 

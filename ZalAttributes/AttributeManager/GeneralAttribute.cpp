@@ -47,11 +47,10 @@ short WithoutFlags(short flags, short bits) {
 // Calls `call` with the other attributes of the container that clash, in link order.
 template <class Clashes, class Call>
 void ForEachClash(const GeneralAttribute& attribute, Clashes&& clashes, Call&& call) {
-    attribute.GetConstAttributeContainer()->EnumerateConstAttributes(
-        [&](const ODB::ConstRef<GeneralAttribute>& other) {
-            if (other.Get() != &attribute && clashes(*other))
-                call(*other);
-        });
+    attribute.GetConstAttributeContainer()->EnumerateConstAttributes([&](const ODB::ConstRef<GeneralAttribute>& other) {
+        if (other.Get() != &attribute && clashes(*other))
+            call(*other);
+    });
 }
 
 void LogRenameClash(const GeneralAttribute& attribute, const Kest::UniString& newName) noexcept {
@@ -89,18 +88,22 @@ void LogReindexClash(const GeneralAttribute& attribute, short newIndex) noexcept
 
 }   // namespace
 
-GeneralAttribute::GeneralAttribute() : GeneralAttribute(GetClassInfoStatic()) {
-}
+GeneralAttribute::GeneralAttribute() : GeneralAttribute(GetClassInfoStatic()) {}
 
-GeneralAttribute::GeneralAttribute(const Kest::ClassInfo* kindInfo) : Lum::Object(kindInfo) {
-}
+GeneralAttribute::GeneralAttribute(const Kest::ClassInfo* kindInfo) : Lum::Object(kindInfo) {}
 
 GeneralAttribute::GeneralAttribute(const GeneralAttribute& other)
-    : Lum::Object(other), Kest::EventSource(other), Lum::ILumSpecificDataContainer(other),
-      Lum::IClientCreatableObject(other), name(other.name), index(other.index), flags(other.flags),
-      modificationTime(other.modificationTime), memo(other.memo), reservedShort(other.reservedShort),
-      disabledMark(other.disabledMark) {
-}
+    : Lum::Object(other),
+      Kest::EventSource(other),
+      Lum::ILumSpecificDataContainer(other),
+      Lum::IClientCreatableObject(other),
+      name(other.name),
+      index(other.index),
+      flags(other.flags),
+      modificationTime(other.modificationTime),
+      memo(other.memo),
+      reservedShort(other.reservedShort),
+      disabledMark(other.disabledMark) {}
 
 GeneralAttribute::~GeneralAttribute() {
     LeaveDatabase();   // while the index can still read the keys
@@ -196,7 +199,8 @@ int GeneralAttribute::SetName(const Kest::UniString& newName) {
     if (newName == name)
         return Error::None;
     const AttributeIndex* const keys = AttributeKeyChange::FindIndex(*this);
-    if (keys != nullptr && keys->tables->IsNameBorne(newName, GetInfo(), keys->tables->scope)) {
+    const std::uint32_t hash = keys != nullptr ? Kest::HashIgnoringCase(newName) : 0;
+    if (keys != nullptr && keys->tables->IsNameBorne(newName, hash, GetInfo(), keys->tables->scope)) {
         LogRenameClash(*this, newName);
         return Error::RenameClash;
     }
@@ -204,7 +208,7 @@ int GeneralAttribute::SetName(const Kest::UniString& newName) {
     std::optional<AttributeKeyChange> change;
     try {
         oldName = newName;
-        change.emplace(*this, newName, index);
+        change.emplace(*this, newName, index, hash);
     } catch (const std::bad_alloc&) {
         return Error::MemoryFull;
     }

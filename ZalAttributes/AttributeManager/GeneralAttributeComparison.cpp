@@ -10,8 +10,8 @@ namespace ADB {
 namespace {
 
 bool HasEqualBytes(const RegTblData& one, const RegTblData& other) {
-    return one.IsSameStorage(other) ||
-           (one.GetSize() == other.GetSize() && std::equal(one.GetBytes(), one.GetBytes() + one.GetSize(), other.GetBytes()));
+    return one.IsSameStorage(other) || (one.GetSize() == other.GetSize() &&
+                                        std::equal(one.GetBytes(), one.GetBytes() + one.GetSize(), other.GetBytes()));
 }
 
 short WithoutClientCreated(short flags) {
@@ -104,13 +104,10 @@ void GeneralAttribute::Synchronize(ODB::ConstRef<GeneralAttribute> other, const 
         TellOldName(otherName);
 }
 
-void GeneralAttribute::ReindAttr(IAttributeNewIndexTable*) {
-}
+void GeneralAttribute::ReindAttr(IAttributeNewIndexTable*) {}
 
-void GeneralAttribute::CollectUsedAttrs(IUsedAttrCollection&) const {
-}
+void GeneralAttribute::CollectUsedAttrs(IUsedAttrCollection&) const {}
 
-void GeneralAttribute::CollectUsedLibPartNames(IUsedLibPartCollection&) const {
-}
+void GeneralAttribute::CollectUsedLibPartNames(IUsedLibPartCollection&) const {}
 
 }   // namespace ADB

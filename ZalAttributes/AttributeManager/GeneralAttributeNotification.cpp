@@ -15,7 +15,9 @@ namespace {
 class Presentation {
 public:
     Presentation(const GeneralAttribute& announcing, char** before) noexcept
-        : attribute(announcing), snapshot(before), outer(std::exchange(innermost, this)) {}
+        : attribute(announcing),
+          snapshot(before),
+          outer(std::exchange(innermost, this)) {}
     ~Presentation() {
         innermost = outer;
         BMKillHandle(&snapshot);
@@ -130,9 +132,7 @@ void GeneralAttribute::Notify(Kest::EventObserver* observer, const FieldMask* fi
     if (observer == nullptr || fields == nullptr)
         return;
     auto& listener = static_cast<GeneralAttributeObserver&>(*observer);
-    const auto isNext = [&](Field field) {
-        return fields->Test({GetFieldClassId(), field}) && IsAttached(listener);
-    };
+    const auto isNext = [&](Field field) { return fields->Test({GetFieldClassId(), field}) && IsAttached(listener); };
     const auto self = [this] { return ODB::ConstRef<GeneralAttribute>(GetInfo()); };
     if (isNext(NameField))
         listener.NameChanged(self());
@@ -148,7 +148,8 @@ void GeneralAttribute::Notify(Kest::EventObserver* observer, const FieldMask* fi
 
 void GeneralAttribute::NotifyUserDataChanged(GeneralAttributeObserver& observer) const {
     char** const snapshot = Presentation::Find(*this);
-    const Table before = snapshot != nullptr ? Table{*snapshot, static_cast<std::size_t>(BMGetHandleSize(snapshot))} : Table{};
+    const Table before =
+        snapshot != nullptr ? Table{*snapshot, static_cast<std::size_t>(BMGetHandleSize(snapshot))} : Table{};
     const RegTblData now(memo);   // shared: a callback that sets other user data leaves it as it is
     ForEachChange(before, {now.GetBytes(), now.GetSize()}, [&](const ZalUtil::Owner& owner) {
         if (IsAttached(observer))

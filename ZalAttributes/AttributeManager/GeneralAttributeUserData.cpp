@@ -41,8 +41,7 @@ int ConvertRecord(GeneralAttribute::UserDataConverter& converter, const GeneralA
     short version = 0;
     unsigned int flags = 0;
     unsigned int length = 0;
-    const char* const stored =
-        ZalM_GetRegMDataPtr(owner.id1, owner.id2, *table, &platform, &version, &flags, &length);
+    const char* const stored = ZalM_GetRegMDataPtr(owner.id1, owner.id2, *table, &platform, &version, &flags, &length);
     ScopedHandle data(BMPtrToHandle(stored, length));
     if (data.handle == nullptr)
         return Error::MemoryFull;
@@ -59,7 +58,8 @@ int ConvertRecord(GeneralAttribute::UserDataConverter& converter, const GeneralA
 short GeneralAttribute::UserDataConverter::outputPlanVersion = 0;
 
 GeneralAttribute::UserDataConverter::UserDataConverter(unsigned int id1, unsigned int id2, unsigned int attributeType)
-    : owner{id1, id2}, attributeTypeId(attributeType) {
+    : owner{id1, id2},
+      attributeTypeId(attributeType) {
     GetConverters().Add(owner, this);
 }
 
