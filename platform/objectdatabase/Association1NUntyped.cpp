@@ -220,7 +220,7 @@ int Association1NUntyped::AppendRight(const Ref<Object>& left, RefList<Object>* 
     if (query == nullptr)
         return AppendAll(*this, left, result);
     if (LinkList* const list = LinkList::Find(*left.GetInfo(), *this)) {
-        list->Drain();
+        list->PrepareAnswer();
         if (const Index* const index = FindSupporting(list, *query))
             if (index->Execute(*query, result, Index::Append))
                 return 0;
@@ -395,7 +395,7 @@ int Association1NUntyped::AttachRightIndices(const Ref<Object>& left, std::uniqu
 Kest::Array<const Index*> Association1NUntyped::GetAttachedRightIndices(const RefBase& left) const {
     Kest::Array<const Index*> result;
     if (LinkList* const list = LinkList::Find(*left.GetInfo(), *this)) {
-        list->Drain();
+        list->PrepareAnswer();
         for (const auto& index : list->GetIndexes())
             result.Push(index.get());
     }
@@ -405,7 +405,7 @@ Kest::Array<const Index*> Association1NUntyped::GetAttachedRightIndices(const Re
 void Association1NUntyped::ModifyAttachedRightIndices(const Ref<Object>& left,
                                                       const std::function<void(Index&)>& call) const {
     if (LinkList* const list = LinkList::Find(*left.GetInfo(), *this)) {
-        list->Drain();
+        list->PrepareAnswer();
         for (const auto& index : list->GetIndexes())
             call(*index);
     }

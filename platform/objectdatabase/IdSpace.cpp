@@ -1,5 +1,7 @@
 #include <ODB/IdSpace.hpp>
 
+#include <algorithm>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -31,18 +33,37 @@ IdSpace::~IdSpace() {
         }
 }
 
-// Deletes what is met that nobody owns, and with `owned` the rest too. Returns whether anything was met.
+// Deletes what nobody owns, and with `owned` the rest too, in the order of the last changes: the order of the table
+// depends on a seed, which nobody is to see. Returns whether there was anything.
 bool IdSpace::DeleteObjects(bool owned) noexcept {
-    bool met = false;
-    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot) {
-        ObjectInfo* const record = records->GetSlot(slot);
-        if (record == nullptr || !record->IsAlive() || record->IsDying() ||
-            (record->stamp & ObjectInfo::ManagedFlag) == 0 || (!owned && IsOwned(*record)))
-            continue;
-        met = true;
-        Database::DeleteObject(Ref<Object>(record));
+    std::vector<Ref<Object>> doomed;
+    try {
+        for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
+            if (ObjectInfo* const record = records->GetSlot(slot); IsDoomed(record, owned))
+                doomed.push_back(Ref<Object>(record));
+    } catch (const std::bad_alloc&) {   // then in parts, each in its order
     }
-    return met;
+    std::sort(doomed.begin(), doomed.end(), [](const Ref<Object>& one, const Ref<Object>& other) {
+        return one.GetModificationStamp() < other.GetModificationStamp();
+    });
+    for (const Ref<Object>& object : doomed)
+        Database::DeleteObject(object);
+    return !doomed.empty() || DeleteFirst(owned);
+}
+
+// Without memory for a list: one at a time.
+bool IdSpace::DeleteFirst(bool owned) noexcept {
+    for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
+        if (ObjectInfo* const record = records->GetSlot(slot); IsDoomed(record, owned)) {
+            Database::DeleteObject(Ref<Object>(record));
+            return true;
+        }
+    return false;
+}
+
+bool IdSpace::IsDoomed(ObjectInfo* record, bool owned) noexcept {
+    return record != nullptr && record->IsAlive() && !record->IsDying() &&
+           (record->stamp & ObjectInfo::ManagedFlag) != 0 && (owned || !IsOwned(*record));
 }
 
 bool IdSpace::Contains(const Id& id) const noexcept {
@@ -103,6 +124,9 @@ void IdSpace::ReidentifyAllObjects(Kest::HashTable<Id, Id>* oldToNew) {
             else
                 fresh.Insert(*record);
         }
+    std::sort(living.begin(), living.end(), [](const ObjectInfo* one, const ObjectInfo* other) {
+        return one->id.GetGuid() < other->id.GetGuid();   // fresh ids are handed out in an order that no seed decides
+    });
     Kest::HashTable<Id, Id> pairs;
     pairs.Reserve(living.size());
     for (const ObjectInfo* const record : living)

@@ -168,14 +168,23 @@ void LinkList::Queue(ObjectInfo&, std::uint32_t& place) noexcept {
 }
 
 void LinkList::Drain(const Object* changing) noexcept {
-    if (draining)
+    if (draining || !HasPending())
         return;
     draining = true;
     if (!queue.empty())
         ShowQueue(changing);
-    if (indexesStale || IndexesRequireRebuild())
+    if (indexesStale)
         Rebuild();
     draining = false;
+}
+
+void LinkList::PrepareAnswer() noexcept {
+    Drain();
+    if (!draining && IndexesRequireRebuild()) {
+        draining = true;
+        Rebuild();
+        draining = false;
+    }
 }
 
 void LinkList::ShowQueue(const Object* changing) noexcept {

@@ -70,6 +70,8 @@ public:
     void AttachIndex(std::unique_ptr<Index> index);
     void DetachIndexes() noexcept;
     const std::vector<std::unique_ptr<Index>>& GetIndexes() const noexcept { return indexes; }
+    /// Drain, and a rebuild of the indexes that ask for one: before queries are answered.
+    void PrepareAnswer() noexcept;
     /// Whether the indexes wait to be shown something.
     bool HasPending() const noexcept { return !queue.empty() || indexesStale; }
     /// Whether the indexes may answer: false when they could not be brought up to date for want of memory.

@@ -2,6 +2,7 @@
 
 #include <Kest/HashIndex.hpp>
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -80,7 +81,8 @@ public:
     /// Makes room for \p count entries in all.
     void Reserve(std::size_t count) {
         index.Reserve(count);
-        entries.reserve(count);
+        if (count > entries.capacity())   // grown geometrically, so that reserving one by one stays linear
+            entries.reserve(std::max(count, entries.capacity() + entries.capacity() / 2));
     }
 
     std::size_t GetSize() const noexcept { return entries.size(); }

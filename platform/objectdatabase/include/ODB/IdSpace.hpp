@@ -80,6 +80,8 @@ private:
     void Enter(ObjectInfo& record, const Id& id) noexcept;
     void ReserveOne();
     bool DeleteObjects(bool owned) noexcept;
+    bool DeleteFirst(bool owned) noexcept;
+    static bool IsDoomed(ObjectInfo* record, bool owned) noexcept;
     void Leave(ObjectInfo& record) noexcept;
     Id MakeFreeId() const;
 
