@@ -46,21 +46,27 @@ void Relay(const AttributeContainer& container, const ODB::ConstRef<GeneralAttri
 
 }   // namespace
 
-AttributeContainer::AttributeContainer() : Lum::Object(GetClassInfoStatic()) {
-}
+AttributeContainer::AttributeContainer() : Lum::Object(GetClassInfoStatic()) {}
 
 AttributeContainer::AttributeContainer(const AttributeContainer& other)
-    : Lum::Object(other), Lum::IResolvableObjectSet(other), GeneralAttributeObserver(other),
-      createPermission(other.createPermission), deleteModifyPermission(other.deleteModifyPermission),
-      typeName(other.typeName), refId(other.refId), lastUpdatedStamp(other.lastUpdatedStamp),
-      activeAttribute(other.activeAttribute) {
-}
+    : Lum::Object(other),
+      Lum::IResolvableObjectSet(other),
+      GeneralAttributeObserver(other),
+      createPermission(other.createPermission),
+      deleteModifyPermission(other.deleteModifyPermission),
+      typeName(other.typeName),
+      refId(other.refId),
+      lastUpdatedStamp(other.lastUpdatedStamp),
+      activeAttribute(other.activeAttribute) {}
 
 AttributeContainer::AttributeContainer(unsigned int attributeRefId, const Kest::Guid& guid, ODB::IdSpace* idSpace,
                                        const Kest::UniString& name, LumCB::PermissionID createPermissionId,
                                        LumCB::PermissionID deleteModifyPermissionId)
-    : Lum::Object(GetClassInfoStatic()), createPermission(createPermissionId),
-      deleteModifyPermission(deleteModifyPermissionId), typeName(name), refId(attributeRefId) {
+    : Lum::Object(GetClassInfoStatic()),
+      createPermission(createPermissionId),
+      deleteModifyPermission(deleteModifyPermissionId),
+      typeName(name),
+      refId(attributeRefId) {
     ODB::Ref<AttributeContainer> self(this);
     const ODB::Id wanted(guid);
     const bool usable = !guid.IsNull() && idSpace != nullptr && !idSpace->Contains(wanted);
@@ -176,8 +182,11 @@ void AttributeContainer::SetContainerLastUpdatedStamp(std::uint64_t stamp) {
 }
 
 AttributeIndexTables* AttributeContainer::FindTables() const noexcept {
-    const auto* const index = static_cast<const AttributeIndex*>(GetAttributeAssociation().FindRightIndex(*GetInfo()));
-    return index != nullptr ? index->tables.get() : nullptr;
+    if (attributeIndex == nullptr)
+        return nullptr;
+    if (!attributeIndex->IsCurrent() && GetAttributeAssociation().FindRightIndex(*GetInfo()) == nullptr)
+        return nullptr;
+    return attributeIndex->tables.get();
 }
 
 ODB::ObjectInfo* AttributeContainer::FindRecord(unsigned int index) const noexcept {
@@ -302,7 +311,6 @@ void AttributeContainer::AttributeChanged(ODB::ConstRef<GeneralAttribute> attrib
     Relay(*this, attribute, AttributeSet::Changed, fields);
 }
 
-void AttributeContainer::NameChanged(ODB::Ref<GeneralAttribute>, const Kest::UniString&) {
-}
+void AttributeContainer::NameChanged(ODB::Ref<GeneralAttribute>, const Kest::UniString&) {}
 
 }   // namespace ADB

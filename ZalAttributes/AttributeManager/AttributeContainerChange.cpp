@@ -85,8 +85,8 @@ int AttributeContainer::PutNewAttribute(GeneralAttribute* attribute, unsigned in
         stored.GenerateId(GetIdSpace());
     try {
         attribute->Attach(*this);
-        const int status = GetAttributeAssociation().Connect(
-            ODB::Borrowed<ODB::Ref<ODB::Object>>(*GetInfo()), ODB::Borrowed<ODB::Ref<ODB::Object>>(*stored.GetInfo()));
+        const int status = GetAttributeAssociation().Connect(ODB::Borrowed<ODB::Ref<ODB::Object>>(*GetInfo()),
+                                                             ODB::Borrowed<ODB::Ref<ODB::Object>>(*stored.GetInfo()));
         return status == 0 ? Error::None : Error::NoSuchIndex;
     } catch (...) {
         return Error::NoSuchIndex;

@@ -20,7 +20,8 @@ namespace {
 class RenumberedReferenceFinder : public IUsedAttrCollection {
 public:
     explicit RenumberedReferenceFinder(const IAttributeNewIndexTable& indexTable)
-        : table(indexTable), attributeRegister(::GetAttributeRegister()) {}
+        : table(indexTable),
+          attributeRegister(::GetAttributeRegister()) {}
 
     void AddAttribute(unsigned int typeRefId, short index) override {
         if (found || attributeRegister == nullptr)
@@ -100,9 +101,8 @@ AttributeContainer::AttributeIterator::AttributeIterator(const ODB::Ref<Attribut
     if (!container)
         return;
     attributes.Reserve(container.GetConst()->GetAttributeNumber());
-    container.GetConst()->CollectAttributes(method, order, [this](ODB::ObjectInfo& record) {
-        attributes.Push(ODB::Ref<GeneralAttribute>(&record));
-    });
+    container.GetConst()->CollectAttributes(
+        method, order, [this](ODB::ObjectInfo& record) { attributes.Push(ODB::Ref<GeneralAttribute>(&record)); });
 }
 
 AttributeContainer::AttributeConstIterator::AttributeConstIterator(const ODB::ConstRef<AttributeContainer>& container,
@@ -110,13 +110,11 @@ AttributeContainer::AttributeConstIterator::AttributeConstIterator(const ODB::Co
     if (!container)
         return;
     attributes.Reserve(container->GetAttributeNumber());
-    container->CollectAttributes(method, order, [this](ODB::ObjectInfo& record) {
-        attributes.Push(ODB::ConstRef<GeneralAttribute>(&record));
-    });
+    container->CollectAttributes(
+        method, order, [this](ODB::ObjectInfo& record) { attributes.Push(ODB::ConstRef<GeneralAttribute>(&record)); });
 }
 
-void AttributeContainer::EnumerateAttributes(
-    const std::function<void(const ODB::Ref<GeneralAttribute>&)>& call) const {
+void AttributeContainer::EnumerateAttributes(const std::function<void(const ODB::Ref<GeneralAttribute>&)>& call) const {
     GetAttributeAssociation().ForEachRight(ODB::Ref<AttributeContainer>(GetInfo()), call);
 }
 
@@ -125,8 +123,8 @@ void AttributeContainer::EnumerateConstAttributes(
     GetAttributeAssociation().ForEachRight(ODB::ConstRef<AttributeContainer>(GetInfo()), call);
 }
 
-void AttributeContainer::EnumerateAttributes(
-    SortMethod method, SortOrder order, const std::function<void(const ODB::Ref<GeneralAttribute>&)>& call) const {
+void AttributeContainer::EnumerateAttributes(SortMethod method, SortOrder order,
+                                             const std::function<void(const ODB::Ref<GeneralAttribute>&)>& call) const {
     AttributeIterator iterator(ODB::Ref<AttributeContainer>(GetInfo()), method, order);
     for (; iterator != AttributeEnd(); ++iterator)
         if (*iterator)
@@ -134,8 +132,7 @@ void AttributeContainer::EnumerateAttributes(
 }
 
 void AttributeContainer::EnumerateConstAttributes(
-    SortMethod method, SortOrder order,
-    const std::function<void(const ODB::ConstRef<GeneralAttribute>&)>& call) const {
+    SortMethod method, SortOrder order, const std::function<void(const ODB::ConstRef<GeneralAttribute>&)>& call) const {
     AttributeConstIterator iterator(ODB::ConstRef<AttributeContainer>(GetInfo()), method, order);
     for (; iterator != AttributeEnd(); ++iterator)
         if (*iterator)

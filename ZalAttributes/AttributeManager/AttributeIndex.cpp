@@ -19,11 +19,9 @@ const Kest::ClassRegistration<AttributeIndex::Query> queryRegistration;
 
 }   // namespace
 
-AttributeIndex::Query::Query(short index) : queryType(ByIndex), attributeIndex(index) {
-}
+AttributeIndex::Query::Query(short index) : queryType(ByIndex), attributeIndex(index) {}
 
-AttributeIndex::Query::Query(const Kest::UniString& name) : queryType(ByName), attributeName(name.ToUpper()) {
-}
+AttributeIndex::Query::Query(const Kest::UniString& name) : queryType(ByName), attributeName(name.ToUpper()) {}
 
 AttributeIndex::Query* AttributeIndex::Query::Clone() const {
     return new Query(*this);
@@ -48,10 +46,12 @@ const Kest::ClassInfo* AttributeIndex::Query::GetClassInfo() const {
     return GetClassInfoStatic();
 }
 
-AttributeIndex::AttributeIndex() : tables(std::make_unique<AttributeIndexTables>()) {
-}
+AttributeIndex::AttributeIndex() : tables(std::make_unique<AttributeIndexTables>()) {}
 
-AttributeIndex::~AttributeIndex() = default;
+AttributeIndex::~AttributeIndex() {
+    if (container != nullptr)
+        container->attributeIndex = nullptr;
+}
 
 AttributeIndex* AttributeIndex::Clone() const {
     return new AttributeIndex;
@@ -70,6 +70,8 @@ const Kest::ClassInfo* AttributeIndex::GetClassInfo() const {
 
 void AttributeIndex::ScopeAssigned(const ODB::Ref<ODB::Object>& scope) {
     tables->scope = scope.GetInfo();
+    container = static_cast<AttributeContainer*>(scope.GetLogicalConst());
+    container->attributeIndex = this;
 }
 
 bool AttributeIndex::Supports(const ODB::Query& query) const {

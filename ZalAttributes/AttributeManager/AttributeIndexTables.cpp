@@ -135,7 +135,8 @@ ODB::ObjectInfo* IndexKeys::GetFirstHolder() const noexcept {
     for (const auto& page : pages) {
         if (page == nullptr)
             continue;
-        const auto first = std::find_if(page->holders.begin(), page->holders.end(), [](const auto* holder) { return holder; });
+        const auto first =
+            std::find_if(page->holders.begin(), page->holders.end(), [](const auto* holder) { return holder; });
         if (first != page->holders.end())
             return *first;
     }
@@ -248,9 +249,8 @@ bool AttributeIndexTables::IsNameBorne(std::u16string_view name, std::uint32_t h
         return true;
     if (names.CountShadowed(hash) == 0 || container == nullptr)
         return false;
-    ODB::Association1NUntyped::RightWalk walk(
-        AttributeContainer::GetAttributeAssociation(),
-        ODB::ConstRef<ODB::Object>(const_cast<ODB::ObjectInfo*>(container)));
+    ODB::Association1NUntyped::RightWalk walk(AttributeContainer::GetAttributeAssociation(),
+                                              ODB::ConstRef<ODB::Object>(const_cast<ODB::ObjectInfo*>(container)));
     while (const ODB::ObjectInfo* const record = walk.Next())
         if (record != except && Kest::IsEqualIgnoringCase(AttributeOf(*record).GetName(), name))
             return true;

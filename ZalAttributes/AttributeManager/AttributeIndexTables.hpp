@@ -89,8 +89,8 @@ private:
     mutable short highestMaybeBorne = 0;              // no key above it is borne
 };
 
-/// Who holds which name, letter case ignored. Names are not copied: a slot keeps the hash of the upper-case form and the
-/// record, and names are compared by mapping on the fly.
+/// Who holds which name, letter case ignored. Names are not copied: a slot keeps the hash of the upper-case form and
+/// the record, and names are compared by mapping on the fly.
 class NameKeys {
 public:
     ODB::ObjectInfo* Find(std::u16string_view name, std::uint32_t hash) const noexcept {
@@ -119,7 +119,8 @@ private:
     static constexpr std::size_t None = static_cast<std::size_t>(-1);
 
     struct Slot {
-        const GeneralAttribute* holder = nullptr;   // null where free; its name is looked at far more often than its record
+        const GeneralAttribute* holder =
+            nullptr;   // null where free; its name is looked at far more often than its record
         std::uint32_t hash = 0;
     };
 

@@ -10,8 +10,7 @@
 namespace ADB {
 
 AttributeKeyChange::AttributeKeyChange(GeneralAttribute& changing, const Kest::UniString& newName, short newIndex)
-    : AttributeKeyChange(changing, newName, newIndex, Kest::HashIgnoringCase(newName)) {
-}
+    : AttributeKeyChange(changing, newName, newIndex, Kest::HashIgnoringCase(newName)) {}
 
 AttributeKeyChange::AttributeKeyChange(GeneralAttribute& changing, const Kest::UniString& newName, short newIndex,
                                        std::uint32_t newNameHash)

@@ -132,7 +132,8 @@ void GeneralAttribute::Notify(Kest::EventObserver* observer, const FieldMask* fi
     if (observer == nullptr || fields == nullptr)
         return;
     auto& listener = static_cast<GeneralAttributeObserver&>(*observer);
-    const auto isNext = [&](Field field) { return fields->Test({GetFieldClassId(), field}) && IsAttached(listener); };
+    const Kest::Guid classId = GetFieldClassId();
+    const auto isNext = [&](Field field) { return fields->Test({classId, field}) && IsAttached(listener); };
     const auto self = [this] { return ODB::ConstRef<GeneralAttribute>(GetInfo()); };
     if (isNext(NameField))
         listener.NameChanged(self());

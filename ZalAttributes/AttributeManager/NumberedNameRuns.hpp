@@ -18,7 +18,8 @@ namespace ADB {
 /// that go must be reported.
 class NumberedNameRuns {
 public:
-    /// The first name from \p base's counting on that \p isFree accepts; the names that were found taken are remembered.
+    /// The first name from \p base's counting on that \p isFree accepts; the names that were found taken are
+    /// remembered.
     Kest::UniString FindFree(const Kest::NumberedName& base, const std::function<bool(const Kest::UniString&)>& isFree);
 
     /// \p name is not taken any more.

@@ -152,8 +152,8 @@ void ConvertToUpper(std::u16string_view text, char16_t* result) noexcept {
         result[at] = UpperUnit(text, at);
 }
 
-// Most texts that are compared here are equal, and ASCII or spelt alike: all words are looked at without a branch for any
-// of them, and only what is left goes through the table.
+// Most texts that are compared here are equal, and ASCII or spelt alike: all words are looked at without a branch for
+// any of them, and only what is left goes through the table.
 bool IsEqualIgnoringCase(std::u16string_view a, std::u16string_view b) noexcept {
     if (a.size() != b.size())
         return false;

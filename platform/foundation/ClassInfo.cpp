@@ -9,7 +9,11 @@ namespace Kest {
 ClassInfo::ClassInfo(const char* className, const Guid& classId, ClassVersion currentVersion,
                      const ClassInfo* baseClass, std::initializer_list<const ClassProperty*> classProperties,
                      ConstructorFunction constructorFunction)
-    : name(className), id(classId), version(currentVersion), base(baseClass), properties(classProperties),
+    : name(className),
+      id(classId),
+      version(currentVersion),
+      base(baseClass),
+      properties(classProperties),
       constructor(constructorFunction) {
     ClassManager::Register(*this);
 }

@@ -53,13 +53,14 @@ constexpr std::uintptr_t ListBit = 1;
 
 }   // namespace
 
-EventSource::Announcement::Announcement() noexcept {
-    ++state.announcements;
+EventSource::Announcement::Announcement() noexcept : thread(&state) {
+    ++static_cast<ThreadState*>(thread)->announcements;
 }
 
 EventSource::Announcement::~Announcement() {
-    if (--state.announcements == 0 && state.whenQuiet != nullptr)
-        std::exchange(state.whenQuiet, nullptr)();
+    auto& here = *static_cast<ThreadState*>(thread);
+    if (--here.announcements == 0 && here.whenQuiet != nullptr)
+        std::exchange(here.whenQuiet, nullptr)();
 }
 
 EventSource::~EventSource() {
@@ -97,9 +98,10 @@ std::size_t EventSource::GetObserverCount() const noexcept {
 
 void EventSource::Walk(void* function, void (*call)(void*, EventObserver&)) const {
     const Announcement announcement;
-    ActiveWalk walk{this, Count(), static_cast<ActiveWalk*>(state.walks)};
-    state.walks = &walk;
-    const auto leave = [](ActiveWalk* ended) { state.walks = ended->outer; };
+    auto& here = *static_cast<ThreadState*>(announcement.thread);
+    ActiveWalk walk{this, Count(), static_cast<ActiveWalk*>(here.walks)};
+    here.walks = &walk;
+    const auto leave = [&here](ActiveWalk* ended) { here.walks = ended->outer; };
     const std::unique_ptr<ActiveWalk, decltype(leave)> guard(&walk, leave);
     while (walk.position > 0) {
         const std::size_t place = --walk.position;

@@ -49,7 +49,7 @@ void Database::DeleteObject(const Ref<Object>& object) noexcept {
         DestroyOne(root);
         return;
     }
-    root.AddReference();   // `object` itself may die on the way
+    root.AddReference();         // `object` itself may die on the way
     Ref<Object> record(&root);   // counted: whoever hears of the deletions may do anything
     while (root.IsAlive()) {
         if (ObjectInfo* const owned = FindDoomed(*record.GetInfo())) {

@@ -163,12 +163,24 @@ void LinkList::Queue(ObjectInfo&, std::uint32_t& place) noexcept {
         queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(shown));
         shown = 0;
     }
+    if (queue.empty())
+        MarkIndexes(false);
     queue.push_back(place);
     place |= LinkTable::QueuedBit;
 }
 
+void LinkList::MarkIndexes(bool current) noexcept {
+    for (const auto& index : indexes)
+        index->current = current;
+}
+
+void LinkList::MarkStale() noexcept {
+    indexesStale = true;
+    MarkIndexes(false);
+}
+
 void LinkList::Drain(const Object* changing) noexcept {
-    if (draining || !HasPending())
+    if (draining || !HasPending() || IsOnlyQueued(changing))
         return;
     draining = true;
     if (!queue.empty())
@@ -176,6 +188,15 @@ void LinkList::Drain(const Object* changing) noexcept {
     if (indexesStale)
         Rebuild();
     draining = false;
+    MarkIndexes(queue.empty() && !indexesStale);
+}
+
+// Nearly every change made through a reference: the object is queued, and shown when its own change is complete.
+bool LinkList::IsOnlyQueued(const Object* changing) const noexcept {
+    if (changing == nullptr || indexesStale || queue.size() != 1)
+        return false;
+    const ObjectInfo* const right = entries[queue.front()];
+    return right != nullptr && right->GetObject() == changing;
 }
 
 void LinkList::PrepareAnswer() noexcept {
@@ -217,6 +238,7 @@ void LinkList::Forget(std::uint32_t& place) noexcept {
         return;
     queue.clear();
     place = PlaceOf(place);
+    MarkIndexes(!indexesStale);
 }
 
 void LinkList::StampAll() noexcept {
@@ -233,7 +255,8 @@ void LinkList::TellCreated(ObjectInfo& right) {
         for (; told < indexes.size(); ++told)
             indexes[told]->ObjectCreated(Borrowed<Ref<Object>>(right));
     } catch (...) {
-        indexesStale = told > 0;   // some have it, some not
+        if (told > 0)
+            MarkStale();   // some have it, some not
         throw;
     }
 }
@@ -242,7 +265,7 @@ void LinkList::TellArrived(ObjectInfo& right) noexcept {
     try {
         TellCreated(right);
     } catch (...) {
-        indexesStale = true;
+        MarkStale();
     }
 }
 
@@ -253,7 +276,7 @@ void LinkList::TellDeleted(ObjectInfo& right) noexcept {
         for (const auto& index : indexes)
             index->ObjectDeleted(Borrowed<Ref<Object>>(right));
     } catch (...) {
-        indexesStale = true;
+        MarkStale();
     }
 }
 
@@ -265,7 +288,7 @@ void LinkList::TellModified(ObjectInfo& right) noexcept {
             if (index->FollowsModifications())
                 index->ObjectModified(Borrowed<Ref<Object>>(right));
     } catch (...) {
-        indexesStale = true;   // the change stands; the indexes are filled anew before they answer again
+        MarkStale();   // the change stands; the indexes are filled anew before they answer again
     }
 }
 
@@ -283,7 +306,7 @@ void LinkList::Rebuild() noexcept {
         }
         indexesStale = false;
     } catch (...) {
-        indexesStale = true;
+        MarkStale();
     }
 }
 
@@ -297,6 +320,7 @@ void LinkList::AttachIndex(std::unique_ptr<Index> index) {
         queue.reserve(entries.capacity());
     followed = followed || index->FollowsModifications();
     indexes.push_back(std::move(index));
+    MarkIndexes(!HasPending());
 }
 
 void LinkList::DetachIndexes() noexcept {
@@ -312,7 +336,7 @@ void LinkList::Rebind(ObjectInfo& newLeft) noexcept {
         for (const auto& index : indexes)
             index->ScopeAssigned(Ref<Object>(left));
     } catch (...) {
-        indexesStale = true;
+        MarkStale();
     }
 }
 

@@ -87,8 +87,11 @@ private:
     bool MayCompact() const noexcept;
     void Compact() noexcept;
     void TakeSnapshots();
+    bool IsOnlyQueued(const Object* changing) const noexcept;
     void ShowQueue(const Object* changing) noexcept;
     void Rebuild() noexcept;
+    void MarkIndexes(bool current) noexcept;
+    void MarkStale() noexcept;
     bool IndexesRequireRebuild() const;
 
     const Association1NUntyped& association;

@@ -22,6 +22,7 @@
 
 namespace ADB {
 
+class AttributeIndex;
 class AttributeIndexTables;
 
 /// All attributes of one attribute type in one attribute set.
@@ -30,7 +31,8 @@ class AttributeIndexTables;
 /// (PutAttribute trusts its caller); the container observes each of its attributes. Ownership: the set owns the
 /// container, the container its attributes; deleting an owner deletes what it owns. Threads: one at a time.
 ///
-/// Finding by index or name, adding, renaming, renumbering and deleting cost the same whatever the number of attributes.
+/// Finding by index or name, adding, renaming, renumbering and deleting cost the same whatever the number of
+/// attributes.
 class ADB_API AttributeContainer : public Lum::Object,
                                    public Lum::IResolvableObjectSet,
                                    public GeneralAttributeObserver {
@@ -135,15 +137,14 @@ public:
     /// The container's own operations tell the set's observers nothing of what they add or delete; the set's do.
     /// @{
 
-    /// Stores a clone of \p source, dated now when \p touch is set, under a free name and a free index, searched upwards
-    /// from its own when \p keepIndex is set, from 1 otherwise. The container owns the clone; \p source stays the
-    /// caller's.
-    /// \returns the clone, or a null reference with nothing left behind
+    /// Stores a clone of \p source, dated now when \p touch is set, under a free name and a free index, searched
+    /// upwards from its own when \p keepIndex is set, from 1 otherwise. The container owns the clone; \p source stays
+    /// the caller's. \returns the clone, or a null reference with nothing left behind
     ODB::Ref<GeneralAttribute> NewAttribute(ODB::ConstRef<GeneralAttribute> source, bool keepIndex, bool touch);
 
-    /// The same under the identity (\p guid, \p idSpace) and with the index searched from \p hint; the time stays. The null
-    /// GUID gives a fresh id.
-    /// \returns the clone; a null reference, with nothing left behind, also for a null id space or a taken GUID
+    /// The same under the identity (\p guid, \p idSpace) and with the index searched from \p hint; the time stays. The
+    /// null GUID gives a fresh id. \returns the clone; a null reference, with nothing left behind, also for a null id
+    /// space or a taken GUID
     ODB::Ref<GeneralAttribute> NewAttribute(ODB::ConstRef<GeneralAttribute> source, short hint, const Kest::Guid& guid,
                                             ODB::IdSpace* idSpace);
 
@@ -233,6 +234,7 @@ public:
     void NameChanged(ODB::Ref<GeneralAttribute> attribute, const Kest::UniString& oldName) override;
 
 private:
+    friend class AttributeIndex;
     friend class AttributeKeyChange;
     friend class GeneralAttribute;
 
@@ -254,6 +256,7 @@ private:
     Kest::UniString typeName;
     unsigned int refId = 0;
     std::uint64_t lastUpdatedStamp = 0;
+    AttributeIndex* attributeIndex = nullptr;   // over the attributes, while there is one
     ODB::Ref<GeneralAttribute> activeAttribute;
 };
 

@@ -11,13 +11,14 @@
 
 namespace ADB {
 
+class AttributeContainer;
 class AttributeIndexTables;
 
 /// The index over the attributes of one container: by attribute index and by name, letter case ignored.
 ///
-/// It never refuses a clash: the attribute that was linked or changed last takes the key, a line in the log says so, and
-/// the one that held it is not found under the key until it is changed again. When a holder moves on, the key is held by
-/// nobody, even if another attribute bears it. Looking up allocates nothing.
+/// It never refuses a clash: the attribute that was linked or changed last takes the key, a line in the log says so,
+/// and the one that held it is not found under the key until it is changed again. When a holder moves on, the key is
+/// held by nobody, even if another attribute bears it. Looking up allocates nothing.
 class ADB_API AttributeIndex : public ODB::Index {
 public:
     /// Asks for the attribute of one index or of one name.
@@ -78,6 +79,7 @@ private:
     friend class GeneralAttribute;
 
     std::unique_ptr<AttributeIndexTables> tables;
+    AttributeContainer* container = nullptr;   // which it is over
 };
 
 }   // namespace ADB

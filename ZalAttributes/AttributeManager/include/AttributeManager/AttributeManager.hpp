@@ -29,9 +29,10 @@
 
 /// Takes \p attributeRegister as the register of the process and starts a new list of sets: one set with a container
 /// for each registered type, whose ids are the registered ones where they are free, and which is made current. Sets
-/// that were listed before are forgotten, not deleted. \param attributeRegister stays the caller's and must live until
-/// FreeAttributeSetContainer; null: no types \param idSpace where the set lives; null means the default space \returns
-/// the set, or a null reference when it could not be made; then none is current
+/// that were listed before are forgotten, not deleted.
+/// \param attributeRegister stays the caller's and must live until FreeAttributeSetContainer; null: no types
+/// \param idSpace where the set lives; null means the default space
+/// \returns the set, or a null reference when it could not be made; then none is current
 ADB_API ODB::Ref<ADB::AttributeSet> InitAttributeSetContainer(const ADB::IAttributeRegister* attributeRegister,
                                                               const ODB::IdSpace* idSpace);
 

@@ -258,7 +258,8 @@ public:
     void Detach(AttributeSetObserver& observer);
 
     /// Tells the observers, the one attached last first. Nobody is told of the creation, change or deletion of a null
-    /// or dead \p attribute. \param fields the fields that changed, for Changed
+    /// or dead \p attribute.
+    /// \param fields the fields that changed, for Changed
     void NotifyObservers(short typeId, ODB::ConstRef<GeneralAttribute> attribute, Status status,
                          const FieldMask& fields) const;
     /// @}

@@ -31,9 +31,9 @@ class IAttributeNewIndexTable;
 
 /// The base of every attribute kind: a name, an index, 16 flags, a modification time and user data.
 ///
-/// In a container, index and name are unique, letter case of names ignored; SetName and SetIndex see to it. Changes made
-/// by the setters and by SetUserData are announced to the observers. All other operations that change an attribute are
-/// silent; they count as changes of the object all the same, and look-ups see them at once.
+/// In a container, index and name are unique, letter case of names ignored; SetName and SetIndex see to it. Changes
+/// made by the setters and by SetUserData are announced to the observers. All other operations that change an attribute
+/// are silent; they count as changes of the object all the same, and look-ups see them at once.
 ///
 /// A kind derives from this class, overrides GetAttributeTypeId and Clone, and extends Compare, IsEqual, Copy,
 /// Synchronize, the collectors and the state operations by its own fields, calling the versions of this class first.
@@ -90,9 +90,9 @@ public:
     /// flags, user data byte by byte. Empty for a null reference.
     virtual FieldMask Compare(ODB::ConstRef<GeneralAttribute> other) const;
 
-    /// Takes the fields of \p fields from \p other; and, whatever the mask says, its user data when it has any. Makes no
-    /// uniqueness checks. With the name in the mask the observers hear NameChanged with the old name; nothing else is
-    /// announced. Synchronising with itself does nothing. \throws std::bad_alloc with nothing changed
+    /// Takes the fields of \p fields from \p other; and, whatever the mask says, its user data when it has any. Makes
+    /// no uniqueness checks. With the name in the mask the observers hear NameChanged with the old name; nothing else
+    /// is announced. Synchronising with itself does nothing. \throws std::bad_alloc with nothing changed
     virtual void Synchronize(ODB::ConstRef<GeneralAttribute> other, const FieldMask& fields);
 
     /// Reports the owners of the user data to \p callback, each once.
@@ -176,8 +176,8 @@ public:
     /// letter case ignored; Error::MemoryFull. Then nothing is changed. Outside a container any name is accepted.
     int SetName(const Kest::UniString& newName);
 
-    /// Renumbers. \returns 0; Error::ReindexClash, and a line in the log, when another attribute of the container has the
-    /// index; Error::MemoryFull. Then nothing is changed. Outside a container any index is accepted.
+    /// Renumbers. \returns 0; Error::ReindexClash, and a line in the log, when another attribute of the container has
+    /// the index; Error::MemoryFull. Then nothing is changed. Outside a container any index is accepted.
     int SetIndex(short newIndex);
 
     void SetFlags(short newFlags);

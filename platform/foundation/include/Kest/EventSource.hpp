@@ -56,6 +56,11 @@ public:
         ~Announcement();
         Announcement(const Announcement&) = delete;
         Announcement& operator=(const Announcement&) = delete;
+
+    private:
+        friend class EventSource;
+
+        void* thread;   // the state of this thread, which costs a call to find
     };
 
     /// Whether this thread is announcing something.

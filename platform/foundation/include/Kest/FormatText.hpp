@@ -13,15 +13,18 @@ namespace Kest {
 
 class UniString;
 
+/// What counts as an integer here: characters, `bool` and enumerations too.
+template <class T>
+concept IntegerOrEnum = std::is_integral_v<T> || std::is_enum_v<T>;
+
 /// One argument of FormatText: an integer, a floating-point number or a text. A text is referred to, not copied, and
 /// must live as long as the argument.
 class FormatArgument {
 public:
     using Value = std::variant<std::int64_t, std::uint64_t, double, std::string_view, std::u16string_view>;
 
-    template <typename Integer>
-    requires(std::is_integral_v<Integer> || std::is_enum_v<Integer>) FormatArgument(Integer number)
-    noexcept : bytes(sizeof(Integer) < sizeof(int) ? sizeof(int) : sizeof(Integer)) {
+    template <IntegerOrEnum Integer>
+    FormatArgument(Integer number) noexcept : bytes(sizeof(Integer) < sizeof(int) ? sizeof(int) : sizeof(Integer)) {
         if constexpr (std::is_enum_v<Integer>)
             *this = FormatArgument(static_cast<std::underlying_type_t<Integer>>(number));
         else if constexpr (std::is_signed_v<Integer>)

@@ -40,19 +40,26 @@ KEST_API char** BMPtrToHandle(const char* source, std::int64_t size);
 /// The status of the calling thread's last BM operation: 0, or -108 when it was refused.
 KEST_API int BMError();
 
-/// The same for handles of other element types, such as the index arrays (`short**`). Sizes are bytes throughout.
+namespace Kest {
+
+/// What may be moved byte by byte and need not be made or destroyed.
 template <class T>
-requires std::is_trivial_v<T> T** BMReallocHandle(T** handle, std::int64_t size) {
+concept Trivial = std::is_trivial_v<T>;
+
+}   // namespace Kest
+
+/// The same for handles of other element types, such as the index arrays (`short**`). Sizes are bytes throughout.
+template <Kest::Trivial T>
+T** BMReallocHandle(T** handle, std::int64_t size) {
     return reinterpret_cast<T**>(BMReallocHandle(reinterpret_cast<char**>(handle), size));
 }
 
-template <class T>
-requires std::is_trivial_v<T> std::int64_t BMGetHandleSize(T** handle) {
+template <Kest::Trivial T>
+std::int64_t BMGetHandleSize(T** handle) {
     return BMGetHandleSize(reinterpret_cast<char**>(handle));
 }
 
-template <class T>
-requires std::is_trivial_v<T>
+template <Kest::Trivial T>
 void BMKillHandle(T*** handle) {
     if (handle == nullptr)
         return;

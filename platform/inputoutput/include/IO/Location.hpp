@@ -27,8 +27,8 @@ public:
     std::string ToUtf8() const { return path.ToCStr(); }
 
     /// Goes down to \p name.
-    /// \returns 0, or -7003 with nothing changed when \p name is no plain name: empty, "." or "..", or with a separator or
-    /// a zero in it
+    /// \returns 0, or -7003 with nothing changed when \p name is no plain name: empty, "." or "..", or with a separator
+    /// or a zero in it
     int AppendToLocal(const Kest::UniString& name);
 
     /// Goes up by one name. \returns 0, or -7003 with nothing changed when there is no name to go up from

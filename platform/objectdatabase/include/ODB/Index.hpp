@@ -55,8 +55,15 @@ public:
     /// \throws std::bad_alloc with nothing changed
     virtual void Reserve(std::size_t count);
 
+    /// Whether it has seen all changes; else whoever asks it goes through the association.
+    bool IsCurrent() const noexcept { return current; }
+
     const Kest::ClassInfo* GetClassInfo() const override;
     static const Kest::ClassInfo* GetClassInfoStatic();
+
+private:
+    friend class LinkList;
+    bool current = false;
 };
 
 }   // namespace ODB

@@ -19,6 +19,10 @@ class Object;
 template <class Reference>
 class Borrowed;
 
+/// Whether a pointer to \p From can stand where one to \p To is asked for.
+template <class From, class To>
+concept PointerConvertibleTo = std::is_convertible_v<From*, To*>;
+
 /// The type of NullRef.
 struct NullRefType {};
 
@@ -98,9 +102,7 @@ protected:
             info->ReleaseObjectInfo();
     }
     // Moves on to the record that took the place of a dead one. Returns whether there is an object.
-    bool Follow() const noexcept {
-        return info->GetSuccessor() != nullptr && FollowSuccessor();
-    }
+    bool Follow() const noexcept { return info->GetSuccessor() != nullptr && FollowSuccessor(); }
     bool FollowSuccessor() const noexcept;
 
     mutable ObjectInfo* info;
@@ -118,11 +120,9 @@ public:
     ConstRef(NullRefType) noexcept {}
     /// The record of \p object, made on demand when no database has it; null for null.
     ConstRef(const T* object) : RefBase(static_cast<const Object*>(object)) {}
-    template <class U>
-        requires std::is_convertible_v<const U*, const T*>
+    template <PointerConvertibleTo<const T> U>
     ConstRef(const ConstRef<U>& other) noexcept : RefBase(other) {}
-    template <class U>
-        requires std::is_convertible_v<const U*, const T*>
+    template <PointerConvertibleTo<const T> U>
     ConstRef(const Ref<U>& other) noexcept : RefBase(other) {}
     explicit ConstRef(ObjectInfo* record) noexcept : RefBase(record) {}
 
@@ -146,8 +146,7 @@ public:
     Ref(NullRefType) noexcept {}
     /// The record of \p object, made on demand when no database has it; null for null.
     Ref(T* object) : RefBase(static_cast<const Object*>(object)) {}
-    template <class U>
-        requires std::is_convertible_v<U*, T*>
+    template <PointerConvertibleTo<T> U>
     Ref(const Ref<U>& other) noexcept : RefBase(other) {}
     /// The right to modify what could only be read; for those who own it.
     explicit Ref(const ConstRef<T>& other) noexcept : RefBase(other) {}
@@ -184,11 +183,9 @@ class ConstIRef : public RefBase {
 public:
     ConstIRef() noexcept = default;
     ConstIRef(NullRefType) noexcept {}
-    template <class T>
-        requires std::is_convertible_v<const T*, const Interface*>
+    template <PointerConvertibleTo<const Interface> T>
     ConstIRef(const ConstRef<T>& other) noexcept : RefBase(other) {}
-    template <class T>
-        requires std::is_convertible_v<const T*, const Interface*>
+    template <PointerConvertibleTo<const Interface> T>
     ConstIRef(const Ref<T>& other) noexcept : RefBase(other) {}
     explicit ConstIRef(ObjectInfo* record) noexcept : RefBase(record) {}
 
@@ -203,8 +200,7 @@ class IRef : public RefBase {
 public:
     IRef() noexcept = default;
     IRef(NullRefType) noexcept {}
-    template <class T>
-        requires std::is_convertible_v<T*, Interface*>
+    template <PointerConvertibleTo<Interface> T>
     IRef(const Ref<T>& other) noexcept : RefBase(other) {}
     explicit IRef(ObjectInfo* record) noexcept : RefBase(record) {}
     operator ConstIRef<Interface>() const noexcept { return ConstIRef<Interface>(GetInfo()); }
