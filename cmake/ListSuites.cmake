@@ -1,4 +1,5 @@
-# cmake -DPROGRAM=... -DLIST=... -P ListSuites.cmake: writes LIST, one add_test per suite of the GoogleTest PROGRAM.
+# cmake -DPROGRAM=... -DLIST=... [-DENVIRONMENT=NAME=VALUE] -P ListSuites.cmake: writes LIST, one add_test per suite of
+# the GoogleTest PROGRAM, which runs with ENVIRONMENT.
 
 file(REMOVE ${LIST})
 execute_process(COMMAND ${PROGRAM} --gtest_list_tests OUTPUT_VARIABLE Output COMMAND_ERROR_IS_FATAL ANY)
@@ -9,7 +10,7 @@ set(Tests "")
 foreach(Suite IN LISTS Suites)
     string(REGEX REPLACE "^\n|\\.( |\n)$" "" Suite "${Suite}")
     string(APPEND Tests "add_test([==[${Suite}]==] [==[${PROGRAM}]==] [==[--gtest_filter=${Suite}.*]==])\n"
-        "set_tests_properties([==[${Suite}]==] PROPERTIES TIMEOUT 600)\n")
+        "set_tests_properties([==[${Suite}]==] PROPERTIES TIMEOUT 600 ENVIRONMENT [==[${ENVIRONMENT}]==])\n")
 endforeach()
 if(Tests STREQUAL "")
     message(FATAL_ERROR "${PROGRAM} lists no tests")

@@ -16,7 +16,7 @@ class Layer : public ADB::GeneralAttribute {
 public:
     static constexpr unsigned int RefId = 0x4C415952;   // 'LAYR'
 
-    explicit Layer(const char* name) : GeneralAttribute(&LayerInfo) { SetName(name); }
+    explicit Layer(const Kest::UniString& layerName) : GeneralAttribute(&LayerInfo) { SetName(layerName); }
     unsigned int GetAttributeTypeId() const override { return RefId; }
     Kest::Object* Clone() const override { return new Layer(*this); }
 };
@@ -25,16 +25,16 @@ public:
 
 int main() {
     ADB::IAttributeRegister* kinds = CreateAttributeRegister();
-    const short layers = kinds->RegisterAttributeType(Layer::RefId, ZalUtil::Owner(), LayerGuid, LayersGuid, "Layers",
+    const short layers = kinds->RegisterAttributeType(Layer::RefId, ZalUtil::Owner(), LayerGuid, LayersGuid, u"Layers",
                                                       LumCB::PermissionID::None, LumCB::PermissionID::None, 0);
     const ODB::Ref<ADB::AttributeSet> set = InitAttributeSetContainer(kinds, nullptr);
 
-    for (const char* name : {"Wall", "Roof", "wall"}) {   // the second wall becomes "wall (1)"
+    for (const char16_t* name : {u"Wall", u"Roof", u"wall"}) {   // the second wall becomes "wall (1)"
         Layer layer(name);
         if (set->NewAttribute(layers, &layer, false, true) != 0)
             return 1;
     }
-    set->EnumerateConstAttributes(layers, ADB::SortMethod::Name, ADB::SortOrder::Ascending,
+    set->EnumerateConstAttributes(layers, ADB::SortByName, ADB::Ascending,
                                   [](const ODB::ConstRef<ADB::GeneralAttribute>& layer) {
                                       std::cout << layer->GetIndex() << ' ' << layer->GetName().ToCStr() << '\n';
                                   });

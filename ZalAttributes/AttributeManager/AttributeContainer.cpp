@@ -176,8 +176,8 @@ void AttributeContainer::SetTypeName(const Kest::UniString& name) {
     typeName = std::move(newName);
 }
 
+// Not a change of content: the container would be newer than its own stamp for ever.
 void AttributeContainer::SetContainerLastUpdatedStamp(std::uint64_t stamp) {
-    const ODB::ModificationGate gate(*this);
     lastUpdatedStamp = stamp;
 }
 

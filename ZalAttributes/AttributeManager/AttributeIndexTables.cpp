@@ -309,7 +309,8 @@ void AttributeIndexTables::NoteGone(ODB::ObjectInfo& record) noexcept {
 // Takes out what moved or went, and puts what moved where it belongs now.
 void AttributeIndexTables::RepairOrder() {
     const auto isBefore = [](const ODB::ObjectInfo* one, const ODB::ObjectInfo* other) {
-        return Kest::CompareIgnoringCase(AttributeOf(*one).GetName(), AttributeOf(*other).GetName()) < 0;
+        const int order = Kest::CompareIgnoringCase(AttributeOf(*one).GetName(), AttributeOf(*other).GetName());
+        return order != 0 ? order < 0 : one->GetModificationStamp() < other->GetModificationStamp();
     };
     std::sort(moved.begin(), moved.end());
     moved.erase(std::unique(moved.begin(), moved.end()), moved.end());

@@ -170,15 +170,12 @@ ODB::Ref<AttributeSet> CloneAttributeSet(ODB::ConstRef<AttributeSet> source, ODB
         return ODB::NullRef;
     }
     const short index = sets.GetFreeIndex();
-    const bool existed = target != nullptr && target->Contains(source.GetId());
+    if (index == 0)
+        return ODB::NullRef;
     const ODB::Ref<AttributeSet> clone = CopyWithin(*source, target);
-    if (!clone || sets.FindIndexOf(clone) != 0)
-        return clone;
-    if (index != 0)
+    if (clone && sets.FindIndexOf(clone) == 0)
         sets.Add(index, clone);
-    else if (!existed)
-        ODB::Database::DeleteObject(clone);
-    return AliveOrNull(clone);
+    return clone;
 }
 
 short RegisterAttributeSet(ODB::Ref<AttributeSet> set) {

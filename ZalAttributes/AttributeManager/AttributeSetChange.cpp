@@ -39,14 +39,6 @@ ODB::ConstRef<GeneralAttribute> FindEqual(const AttributeContainer& container, c
     return sameName && HasSameContent(attribute, sameName) ? sameName : ODB::ConstRef<GeneralAttribute>();
 }
 
-Kest::Guid MakeFreeGuid(const ODB::IdSpace& space) {
-    Kest::Guid guid;
-    do
-        guid = Kest::Guid::Generate();
-    while (guid.IsNull() || space.Contains(ODB::Id(guid)));
-    return guid;
-}
-
 }   // namespace
 
 int AttributeSet::CheckBeforeNewAttribute(short typeId, const Kest::UniString& name, bool replacing, int index) const {
@@ -142,8 +134,8 @@ int AttributeSet::StoreCopy(const ODB::ConstRef<GeneralAttribute>& attribute, bo
     if (keepIndex && !MayKeepIndex(*container.GetConst(), attribute->GetIndex()))
         return Error::NoSuchIndex;
     ODB::IdSpace& space = GetIdSpace() != nullptr ? *GetIdSpace() : *ODB::GetDefaultIdSpace();
-    stored = container.GetLogicalConst()->NewAttribute(attribute, keepIndex ? attribute->GetIndex() : short{0},
-                                                       guid.IsNull() ? MakeFreeGuid(space) : guid, &space);
+    stored = container.GetLogicalConst()->NewAttribute(attribute, keepIndex ? attribute->GetIndex() : short{0}, guid,
+                                                       &space);
     return stored ? Error::None : Error::MemoryFull;
 }
 

@@ -99,8 +99,9 @@ Kest::UniString AttributeSet::GetAttributeName(short typeId, short index) const 
 }
 
 ODB::Ref<GeneralAttribute> AttributeSet::GetFirstValidAttribute(short typeId) const {
-    const AttributeContainer::AttributeConstIterator first(GetConstAttributeContainer(typeId), SortByIndex, Ascending);
-    return first != AttributeEnd() ? ODB::Ref<GeneralAttribute>(*first) : ODB::Ref<GeneralAttribute>();
+    const AttributeContainer* const container = FindContainer(typeId);
+    return container != nullptr ? ODB::Ref<GeneralAttribute>(container->GetLowestAttribute())
+                                : ODB::Ref<GeneralAttribute>();
 }
 
 ODB::Ref<GeneralAttribute> AttributeSet::GetFirstValidAttributeByName(short typeId) const {

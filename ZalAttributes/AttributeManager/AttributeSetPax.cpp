@@ -25,8 +25,8 @@ int CompareForPax(const GeneralAttribute& attribute, const ODB::ConstRef<General
     const std::unique_ptr<GeneralAttribute> copy(static_cast<GeneralAttribute*>(attribute.Clone()));
     if (copy == nullptr)
         return Error::MemoryFull;
-    CompleteForPax(*copy, stored->GetIndex());
     copy->SetClientCreated(stored->IsClientCreated());
+    CompleteForPax(*copy, stored->GetIndex());
     FieldMaskT<GeneralAttribute> differing(copy->Compare(stored));
     differing.Clear(GeneralAttribute::NameField);
     differing.Clear(GeneralAttribute::ModificationTimeField);
@@ -45,7 +45,7 @@ int AttributeSet::FindMatchingAttributeForPax(short typeId, const GeneralAttribu
     if (attribute.GetName().IsEmpty())
         return Error::EmptyName;
     const int lookup = container->AttributeNameToIndex(attribute.GetName(), &index);
-    if (lookup != Error::None && lookup != Error::NoSuchName)
+    if (lookup != Error::None && lookup != Error::NoSuchName && lookup != Error::Reserved)
         return lookup;
 
     bool differs = false;

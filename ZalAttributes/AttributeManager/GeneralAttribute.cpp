@@ -262,14 +262,19 @@ void GeneralAttribute::RemovePropertyFromFlags(short bits) {
     AnnounceFlags(WithoutFlags(flags, bits));
 }
 
-void GeneralAttribute::DirectAddFlags(short bits) {
+void GeneralAttribute::ReplaceFlags(short newFlags) {
+    if (newFlags == flags)
+        return;
     const ODB::ModificationGate gate(*this);
-    flags = WithFlags(flags, bits);
+    flags = newFlags;
+}
+
+void GeneralAttribute::DirectAddFlags(short bits) {
+    ReplaceFlags(WithFlags(flags, bits));
 }
 
 void GeneralAttribute::DirectRemoveFlags(short bits) {
-    const ODB::ModificationGate gate(*this);
-    flags = WithoutFlags(flags, bits);
+    ReplaceFlags(WithoutFlags(flags, bits));
 }
 
 void GeneralAttribute::SetModificationTime(const int& newTime) {

@@ -63,13 +63,20 @@ int Filter(const Set& set, short typeId, short*** handle, short* count, Accepts&
         BMKillHandle(handle);
         return status;
     }
-    const Container container = set->GetConstAttributeContainer(typeId);
     std::size_t found = 0;
-    for (int index = 1; index <= maximum; ++index) {
-        const ODB::ConstRef<GeneralAttribute> attribute =
-            container->GetConstAttribute(static_cast<unsigned int>(index));
-        if (attribute && accepts(*attribute))
-            (**handle)[found++] = static_cast<short>(index);
+    const int filtered = ADB::CatchMemoryFull([&] {
+        const Container container = set->GetConstAttributeContainer(typeId);
+        for (int index = 1; index <= maximum; ++index) {
+            const ODB::ConstRef<GeneralAttribute> attribute =
+                container->GetConstAttribute(static_cast<unsigned int>(index));
+            if (attribute && accepts(*attribute))
+                (**handle)[found++] = static_cast<short>(index);
+        }
+        return ADB::Error::None;
+    });
+    if (filtered != ADB::Error::None) {
+        BMKillHandle(handle);
+        return filtered;
     }
     if (count == nullptr)
         return ADB::Error::None;

@@ -1,6 +1,8 @@
 #include "FileContent.hpp"
 
 #include "output/SafeText.hpp"
+#include "readers/DxfReader.hpp"
+#include "readers/TextDecoding.hpp"
 #include "readers/TextLines.hpp"
 
 #include <cstddef>
@@ -24,9 +26,13 @@ std::string FirstDefinitionLine(TextLines& lines) {
     return {};
 }
 
+// A pattern has numbers only.
+bool IsLineTypeBody(std::string_view line) {
+    return EqualsIgnoringCase(Trimmed(line.substr(0, line.find(','))), "A");
+}
+
 bool BeginsLikeDrawing(std::string_view bytes) {
-    constexpr std::size_t SentinelLength = 22;
-    if (bytes.substr(0, SentinelLength).find("Binary DXF") != std::string_view::npos)
+    if (IsBinaryDxf(bytes))
         return true;   // the reader says why it is refused
     TextLines lines(bytes);
     std::string_view code;
@@ -72,14 +78,13 @@ FileKind DetectFileKind(const std::string& path, std::string_view bytes) {
     if (EqualsIgnoringCase(known, ".pat"))
         return FileKind::Patterns;
 
-    constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
-    if (bytes.starts_with(ByteOrderMark))
-        bytes.remove_prefix(ByteOrderMark.size());
-    if (BeginsLikeDrawing(bytes))
+    bool isMarked = false;
+    const std::string_view text = WithoutByteOrderMark(bytes, isMarked);
+    if (BeginsLikeDrawing(text))
         return FileKind::Drawing;
-    TextLines lines(bytes);
+    TextLines lines(text);
     if (FirstDefinitionLine(lines).starts_with('*'))
-        return FirstDefinitionLine(lines).starts_with("A,") ? FileKind::LineTypes : FileKind::Patterns;
+        return IsLineTypeBody(FirstDefinitionLine(lines)) ? FileKind::LineTypes : FileKind::Patterns;
     throw Failure(EscapeForMessage(path) + ":1: this is neither a drawing (DXF) nor a line-type file (.lin) nor a "
                                            "hatch-pattern file (.pat): name one of these");
 }

@@ -9,8 +9,9 @@
 #include <new>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <unordered_map>
+
+#include <Kest/UniqueName.hpp>
 
 #include <AttributeManager/GeneralAttribute.hpp>
 #include <AttributeManager/IAttributeNewIndexTable.hpp>
@@ -38,21 +39,12 @@ bool HasSameContent(const GeneralAttribute& one, const ODB::ConstRef<GeneralAttr
     return differing.IsEmpty();
 }
 
-// The name without the number " (n)" that makes it unique.
-std::u16string_view StemOf(std::u16string_view name) {
-    if (!name.ends_with(u')'))
-        return name;
-    const std::size_t digits = name.find_last_not_of(u"0123456789", name.size() - 2) + 1;
-    const bool isNumbered = digits >= 2 && digits + 1 < name.size() && name.substr(digits - 2, 2) == u" (";
-    return isNumbered ? name.substr(0, digits - 2) : name;
-}
-
 // The attributes of one type with a numbered name, by stem and content.
 class NumberedAttributes {
 public:
     NumberedAttributes(const ODB::ConstRef<ADB::AttributeSet>& set, short typeId) {
         set->EnumerateConstAttributes(typeId, [this](const ODB::ConstRef<GeneralAttribute>& attribute) {
-            if (StemOf(attribute->GetName()).size() < attribute->GetName().GetLength())
+            if (Kest::NumberedName(attribute->GetName()).GetNumber() != 0)
                 Add(*attribute);
         });
     }
@@ -67,8 +59,7 @@ public:
 
 private:
     static std::u16string KeyOf(const GeneralAttribute& attribute) {
-        const Kest::UniString stem = Kest::UniString(StemOf(attribute.GetName())).ToUpper();
-        std::u16string key(stem.GetView());
+        std::u16string key(Kest::NumberedName(attribute.GetName()).GetStem().ToUpper().GetView());
         const ReferenceText indexText = [](unsigned int, short index) {
             return Kest::UniString::Printf("%d", static_cast<int>(index));
         };

@@ -1,6 +1,7 @@
 #include "KindTable.hpp"
 
 #include "AllKinds.hpp"
+#include "readers/TextLines.hpp"
 
 #include <algorithm>
 #include <tuple>
@@ -33,10 +34,6 @@ void AddWithReferences(const KindEntry& kind, std::vector<const KindEntry*>& ord
     order.push_back(&kind);
 }
 
-char ToLowerAscii(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
 }   // namespace
 
 std::span<const KindEntry> GetKinds() {
@@ -55,10 +52,8 @@ std::span<const KindEntry* const> GetKindsInReferenceOrder() {
 }
 
 const KindEntry* FindKind(std::string_view name) {
-    const auto isNamed = [name](const KindEntry& kind) {
-        return std::ranges::equal(std::string_view(kind.record.name), name, {}, ToLowerAscii, ToLowerAscii);
-    };
-    const auto found = std::ranges::find_if(GetKinds(), isNamed);
+    const auto found = std::ranges::find_if(
+        GetKinds(), [name](const KindEntry& kind) { return EqualsIgnoringCase(kind.record.name, name); });
     return found != GetKinds().end() ? &*found : nullptr;
 }
 

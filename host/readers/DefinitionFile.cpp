@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include <Kest/Utf8.hpp>
+
 namespace Host {
 
 namespace {
@@ -40,7 +42,7 @@ std::vector<ReadWarning> DefinitionFile::Warnings() const {
 DefinitionFile SplitDefinitions(std::string_view bytes, std::string_view kind) {
     bool isMarked = false;
     const std::string_view text = WithoutByteOrderMark(bytes, isMarked);
-    DefinitionFile file{isMarked || IsValidUtf8(text) ? TextDecoder::Utf8() : TextDecoder::Windows1252(), {}};
+    DefinitionFile file{isMarked || Kest::IsValidUtf8(text) ? TextDecoder::Utf8() : TextDecoder::Windows1252(), {}};
 
     TextLines lines(text);
     for (std::string_view line; lines.Next(line);) {

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_DEFINITIONFILE_HPP
-#define HOST_READERS_DEFINITIONFILE_HPP
+#pragma once
 
 #include "ReadError.hpp"
 #include "TextDecoding.hpp"
@@ -43,5 +42,3 @@ DefinitionFile SplitDefinitions(std::string_view bytes, std::string_view kind);
 std::vector<std::string_view> SplitAtCommas(std::string_view text);
 
 }   // namespace Host
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_DXFGROUPS_HPP
-#define HOST_READERS_DXFGROUPS_HPP
+#pragma once
 
 #include "TextLines.hpp"
 
@@ -40,5 +39,3 @@ private:
 };
 
 }   // namespace Host
-
-#endif

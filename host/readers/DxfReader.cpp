@@ -421,9 +421,13 @@ void DxfParser::WarnOfTexts() {
 
 }   // namespace
 
-DxfDrawing ReadDxf(std::string_view bytes) {
+bool IsBinaryDxf(std::string_view bytes) noexcept {
     constexpr std::size_t SentinelLength = 22;
-    if (bytes.substr(0, SentinelLength).find("Binary DXF") != std::string_view::npos)
+    return bytes.substr(0, SentinelLength).find("Binary DXF") != std::string_view::npos;
+}
+
+DxfDrawing ReadDxf(std::string_view bytes) {
+    if (IsBinaryDxf(bytes))
         throw ReadError(1, "the binary form of DXF is not read: save the drawing as text DXF");
     bool isMarkedUtf8 = false;
     const std::string_view text = WithoutByteOrderMark(bytes, isMarkedUtf8);

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_DXFREADER_HPP
-#define HOST_READERS_DXFREADER_HPP
+#pragma once
 
 #include "LineTypeElements.hpp"
 #include "Number.hpp"
@@ -74,6 +73,9 @@ struct DxfDrawing {
     std::map<std::string, std::size_t> recordsNotRead;
 };
 
+/// Whether \p bytes begin like the binary form of DXF.
+bool IsBinaryDxf(std::string_view bytes) noexcept;
+
 /// Reads the tables LAYER, LTYPE and DIMSTYLE of a drawing in the text form of DXF.
 ///
 /// Texts are UTF-8 from version AC1021 on, whatever the drawing declares, and behind a byte order mark; older ones are
@@ -86,5 +88,3 @@ struct DxfDrawing {
 DxfDrawing ReadDxf(std::string_view bytes);
 
 }   // namespace Host
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_LINETYPEELEMENTS_HPP
-#define HOST_READERS_LINETYPEELEMENTS_HPP
+#pragma once
 
 #include "Number.hpp"
 
@@ -31,5 +30,3 @@ struct LineTypeSymbol {
 };
 
 }   // namespace Host
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_LINETYPEFILEREADER_HPP
-#define HOST_READERS_LINETYPEFILEREADER_HPP
+#pragma once
 
 #include "LineTypeElements.hpp"
 #include "Number.hpp"
@@ -34,5 +33,3 @@ struct LineTypeFile {
 LineTypeFile ReadLineTypeFile(std::string_view bytes);
 
 }   // namespace Host
-
-#endif

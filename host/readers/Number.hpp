@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_NUMBER_HPP
-#define HOST_READERS_NUMBER_HPP
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -28,5 +27,3 @@ Number ParseNumber(std::string_view text, std::size_t line, std::string_view wha
 int ParseInteger(std::string_view text, std::size_t line, std::string_view what);
 
 }   // namespace Host
-
-#endif

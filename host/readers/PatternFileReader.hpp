@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_PATTERNFILEREADER_HPP
-#define HOST_READERS_PATTERNFILEREADER_HPP
+#pragma once
 
 #include "Number.hpp"
 #include "ReadError.hpp"
@@ -42,5 +41,3 @@ struct PatternFile {
 PatternFile ReadPatternFile(std::string_view bytes);
 
 }   // namespace Host
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_READERROR_HPP
-#define HOST_READERS_READERROR_HPP
+#pragma once
 
 #include <cstddef>
 #include <stdexcept>
@@ -28,5 +27,3 @@ struct ReadWarning {
 };
 
 }   // namespace Host
-
-#endif

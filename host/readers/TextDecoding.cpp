@@ -7,6 +7,8 @@
 #include <bit>
 #include <utility>
 
+#include <Kest/Utf8.hpp>
+
 namespace Host {
 
 namespace {
@@ -60,32 +62,11 @@ std::string ConverterName(std::string_view declaredName) {
     return {};
 }
 
-/// The character that a valid UTF-8 sequence at the start of \p bytes stands for; its length, or 0 when there is none.
-std::size_t ReadUtf8Sequence(std::string_view bytes, char32_t& character) noexcept {
-    const auto byteAt = [&](std::size_t place) { return static_cast<unsigned char>(bytes[place]); };
-    const unsigned char first = byteAt(0);
-    const std::size_t length = first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-    if (length == 0 || first > 0xF4 || bytes.size() < length)
-        return 0;
-
-    character = length == 1 ? first : first & (0x7FU >> length);
-    for (std::size_t place = 1; place < length; ++place) {
-        if ((byteAt(place) & 0xC0) != 0x80)
-            return 0;
-        character = character << 6 | (byteAt(place) & 0x3FU);
-    }
-    const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    return overlong || surrogate || character > 0x10FFFF ? 0 : length;
-}
-
-void AppendUtf16(std::u16string& text, char32_t character) {
-    if (character < 0x10000) {
-        text += static_cast<char16_t>(character);
-        return;
-    }
-    text += static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
-    text += static_cast<char16_t>(0xDC00 + (character & 0x3FF));
+/// Appends the valid UTF-8 text \p bytes to \p text.
+void AppendUtf8(std::string_view bytes, std::u16string& text) {
+    const std::size_t before = text.size();
+    text.resize(before + Kest::Utf16LengthOf(bytes));
+    Kest::ConvertUtf8(bytes, text.data() + before);
 }
 
 /// Bytes of the first character of \p bytes in the converter's encoding, 0 when it has none; at most one output.
@@ -193,9 +174,10 @@ std::size_t TextDecoder::DecodeCharacter(std::string_view bytes, std::u16string&
         if (const std::size_t length = ConvertCharacter(converter, bytes, text); length != 0)
             return length;
     if (bytes.front() != '\0' && kind == Kind::Utf8) {
-        char32_t character = 0;
-        if (const std::size_t length = ReadUtf8Sequence(bytes, character); length != 0) {
-            AppendUtf16(text, character);
+        std::size_t length = 0;
+        Kest::DecodeUtf8(bytes, length);
+        if (Kest::IsValidUtf8(bytes.substr(0, length))) {
+            AppendUtf8(bytes.substr(0, length), text);
             return length;
         }
     }
@@ -204,17 +186,6 @@ std::size_t TextDecoder::DecodeCharacter(std::string_view bytes, std::u16string&
         ++oddBytes;
     text += unit == 0 ? ReplacementCharacter : unit;
     return 1;
-}
-
-bool IsValidUtf8(std::string_view bytes) noexcept {
-    char32_t character = 0;
-    while (!bytes.empty()) {
-        const std::size_t length = ReadUtf8Sequence(bytes, character);
-        if (length == 0)
-            return false;
-        bytes.remove_prefix(length);
-    }
-    return true;
 }
 
 std::string_view WithoutByteOrderMark(std::string_view bytes, bool& found) noexcept {

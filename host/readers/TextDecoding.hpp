@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_TEXTDECODING_HPP
-#define HOST_READERS_TEXTDECODING_HPP
+#pragma once
 
 #include <iconv.h>
 
@@ -61,9 +60,6 @@ private:
     iconv_t converter = NoConverter();
 };
 
-/// Whether \p bytes are valid UTF-8: shortest forms, no surrogates, nothing above U+10FFFF.
-bool IsValidUtf8(std::string_view bytes) noexcept;
-
 /// \p bytes without the byte order mark of UTF-8. \p found tells whether there was one.
 std::string_view WithoutByteOrderMark(std::string_view bytes, bool& found) noexcept;
 
@@ -72,5 +68,3 @@ std::string_view WithoutByteOrderMark(std::string_view bytes, bool& found) noexc
 std::u16string ResolveEscapes(std::u16string text);
 
 }   // namespace Host
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HOST_READERS_TEXTLINES_HPP
-#define HOST_READERS_TEXTLINES_HPP
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -37,5 +36,3 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right) noexcept;
 std::string Quoted(std::string_view text);
 
 }   // namespace Host
-
-#endif

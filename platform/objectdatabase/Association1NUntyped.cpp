@@ -1,6 +1,7 @@
 #include <ODB/Association1NUntyped.hpp>
 
 #include <algorithm>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -388,7 +389,15 @@ int Association1NUntyped::AttachRightIndices(const Ref<Object>& left, std::uniqu
         return NullArgument;
     if (!properties.Has(AssociationProperty::RightIndexBase))
         return WrongCall;
-    LinkList::Get(*left.GetInfo(), *this).AttachIndex(std::move(index));
+    LinkList& list = LinkList::Get(*left.GetInfo(), *this);
+    const Index& added = *index;
+    const auto isAlike = [&added](const auto& attached) {
+        const Index& other = *attached;
+        return typeid(other) == typeid(added);
+    };
+    if (std::any_of(list.GetIndexes().begin(), list.GetIndexes().end(), isAlike))   // only one would be asked
+        return WrongCall;
+    list.AttachIndex(std::move(index));
     return 0;
 }
 

@@ -296,13 +296,18 @@ bool LinkList::IndexesRequireRebuild() const {
     return std::any_of(indexes.begin(), indexes.end(), [](const auto& index) { return index->RequiresRebuild(); });
 }
 
+void LinkList::Fill(Index& index) const {
+    index.Reserve(count);
+    for (ObjectInfo* const right : entries)
+        if (right != nullptr)
+            index.ObjectCreated(Borrowed<Ref<Object>>(*right));
+}
+
 void LinkList::Rebuild() noexcept {
     try {
         for (const auto& index : indexes) {
             index->Clear();
-            for (ObjectInfo* const right : entries)
-                if (right != nullptr)
-                    index->ObjectCreated(Borrowed<Ref<Object>>(*right));
+            Fill(*index);
         }
         indexesStale = false;
     } catch (...) {
@@ -313,9 +318,7 @@ void LinkList::Rebuild() noexcept {
 void LinkList::AttachIndex(std::unique_ptr<Index> index) {
     indexes.reserve(indexes.size() + 1);
     index->ScopeAssigned(Ref<Object>(left));
-    for (ObjectInfo* const right : entries)
-        if (right != nullptr)
-            index->ObjectCreated(Borrowed<Ref<Object>>(*right));
+    Fill(*index);
     if (index->FollowsModifications())
         queue.reserve(entries.capacity());
     followed = followed || index->FollowsModifications();

@@ -89,6 +89,7 @@ private:
     void TakeSnapshots();
     bool IsOnlyQueued(const Object* changing) const noexcept;
     void ShowQueue(const Object* changing) noexcept;
+    void Fill(Index& index) const;
     void Rebuild() noexcept;
     void MarkIndexes(bool current) noexcept;
     void MarkStale() noexcept;

@@ -137,6 +137,27 @@ TEST_F(AttributeIndexTest, AClashByConnectingSaysSo) {
     EXPECT_EQ(TakeLog(), Texts());
 }
 
+TEST_F(AttributeIndexTest, AnIndexOverRepeatedNamesHasRoomForAllOfThem) {
+    const auto& association = ADB::AttributeContainer::GetAttributeAssociation();
+    const short pairs = 11;   // their names alone fill three quarters of the smallest table
+    const auto nameOf = [](int number) { return Kest::UniString::Printf("Wall %d", number); };
+    std::vector<Attribute> older, newer;
+    for (short number = 1; number <= pairs; ++number)
+        for (auto* const list : {&older, &newer}) {
+            list->emplace_back(new Mark(nameOf(number), static_cast<short>(list == &older ? number : number + 100)));
+            ASSERT_EQ(association.Connect(ODB::Ref<ODB::Object>(marks), ODB::Ref<ODB::Object>(list->back())), 0);
+        }
+    marks->AttachAttributeObservers();
+    association.DetachRightIndices(ODB::Ref<ODB::Object>(marks));
+    ASSERT_EQ(association.AttachRightIndices(ODB::Ref<ODB::Object>(marks), std::make_unique<AttributeIndex>()), 0);
+    for (const Attribute& holder : newer)
+        EXPECT_EQ(holder->SetName(Kest::UniString::Printf("Roof %d", holder->GetIndex())), 0);
+    for (const Attribute& shadowed : older)
+        shadowed->SetFlags(1);
+    for (short number = 1; number <= pairs; ++number)
+        EXPECT_EQ(marks->GetAttribute(nameOf(number)), older[static_cast<std::size_t>(number - 1)]);
+}
+
 TEST_F(AttributeIndexTest, ANewLetterCaseKeepsTheKey) {
     const Attribute wall = Add(u"Wall", 1);
     EXPECT_EQ(wall->SetName(u"WALL"), 0);

@@ -1,5 +1,9 @@
 #include <AttributeManager/AttributeIterator.hpp>
 
+#include <memory>
+
+#include <AttributeManager/AttributeNewIndexTable.hpp>
+
 #include <gtest/gtest.h>
 
 #include "ContainerFixture.hpp"
@@ -139,6 +143,65 @@ TEST_F(AttributeIterationTest, LookingChangesNoStamp) {
     EXPECT_EQ(marks.GetLogicalConst()->CheckContainer(), 0);
     marks.GetLogicalConst()->AttachAttributeObservers();
     EXPECT_EQ(ODB::ObjectInfo::GetLastStamp(), stamp);
+}
+
+TEST_F(AttributeIterationTest, ReadingAnAttributeOrItsContainerChangesNoStamp) {
+    Attribute wall = Add(u"Wall", 7);
+    Add(u"Roof", 2);
+    char** data = BMPtrToHandle("data", 4);
+    EXPECT_EQ(wall->SetUserData(1, 2, 0x5757, 1, 0, data), 0);
+    BMKillHandle(&data);
+    static_cast<Mark*>(wall.Get())->references = {2};
+    marks->SetActiveAttribute(wall);
+    const ADB::AttributeContainer& container = *marks.GetConst();
+    const Reading reading(wall);
+    const std::uint64_t last = ODB::ObjectInfo::GetLastStamp();
+
+    ADB::AttributeNewIndexTable sameIndexes;
+    sameIndexes.SetNewIndex(1, 2, 2);
+    container.ReindexAttributeReferences(&sameIndexes, false, nullptr);
+    struct : ZalUtil::ICBOwnerFound {
+        void OwnerFound(const ZalUtil::Owner&) override { ++calls; }
+        int calls = 0;
+    } owners;
+    container.LookupExternalDataHandlers(&owners);
+    EXPECT_EQ(owners.calls, 1);
+    struct : IUsedAttrCollection {
+        void AddAttribute(unsigned int, short) override { ++calls; }
+        void AddAttributes(unsigned int, const short*, std::size_t) override {}
+        bool IsSatisfied() const override { return false; }
+        int calls = 0;
+    } used;
+    reading->CollectUsedAttrs(used);
+    EXPECT_EQ(used.calls, 1);
+    EXPECT_EQ(container.AttributeNameToIndex(u"wall", nullptr), 0);
+    EXPECT_EQ(container.GetAttributeMaximumIndex(), 7);
+    EXPECT_EQ(container.GenerateUniqueIndex(7, nullptr), 8);
+    EXPECT_EQ(container.GetLastAttributeModificationStamp(), last);
+    EXPECT_EQ(marks.GetLogicalConst()->SetActiveAttribute(container.GetActiveAttribute()), 0);
+    for (Iterator walk(marks, SortByName, Ascending); walk != AttributeEnd();) {
+        const Iterator before = walk++;
+        const Attribute copy(*before);
+        EXPECT_EQ(copy.GetConst()->GetConstAttributeContainer(), marks);
+        EXPECT_TRUE(copy.GetConst()->IsEqual(copy));
+        EXPECT_TRUE(copy.GetConst()->Compare(copy).IsEmpty());
+        EXPECT_TRUE(copy.GetConst()->HasSameMemoData(copy));
+        copy.GetConst()->MarkDisabled(true);
+    }
+    unsigned short platform = 0;
+    short version = 0;
+    EXPECT_EQ(reading->GetUserData(1, 2, &platform, &version, nullptr, &data), 0);
+    EXPECT_NE(data, nullptr);
+    BMKillHandle(&data);
+    EXPECT_EQ(reading->GetOwners().GetSize(), 1U);
+    const std::unique_ptr<ADB::GeneralAttribute::IsolatedState> state(reading->CreateIsolatedState());
+    EXPECT_EQ(reading->StoreIsolatedState(state.get()), 0);
+    EXPECT_TRUE(IsSound());
+    EXPECT_EQ(ODB::ObjectInfo::GetLastStamp(), last);
+
+    ODB::IdSpace target;
+    EXPECT_TRUE(container.CopyToIdSpace(&target));
+    EXPECT_EQ(container.GetLastAttributeModificationStamp(), last) << "being copied is being read";
 }
 
 TEST_F(AttributeIterationTest, TheSimilarOneOfTheNameIsPreferred) {

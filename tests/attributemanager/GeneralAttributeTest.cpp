@@ -87,6 +87,7 @@ TEST_F(GeneralAttributeTest, EqualValuesAreNoChange) {
     mark.SetModificationTime(9);
     Recorder recorder;
     mark.Attach(recorder);
+    const std::uint64_t stamp = mark.GetModificationStamp();
     EXPECT_EQ(mark.SetName(u"Wall"), 0);
     EXPECT_EQ(mark.SetIndex(3), 0);
     mark.SetFlags(5);
@@ -94,7 +95,11 @@ TEST_F(GeneralAttributeTest, EqualValuesAreNoChange) {
     mark.AddPropertyToFlags(0);
     mark.RemovePropertyFromFlags(0x4002);
     mark.ClearLumSpecificData();
+    mark.SetClientCreated(false);
+    mark.DirectAddFlags(4);
+    mark.DirectRemoveFlags(2);
     EXPECT_EQ(recorder.Take(), Texts());
+    EXPECT_EQ(mark.GetModificationStamp(), stamp);
 }
 
 TEST_F(GeneralAttributeTest, FlagsAreSetAllOrNone) {

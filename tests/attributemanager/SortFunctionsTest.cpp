@@ -3,6 +3,7 @@
 #include <Kest/MemoryHandle.hpp>
 
 #include "attributemanager/AttributeTestKinds.hpp"
+#include "support/ForEachFailure.hpp"
 
 namespace {
 
@@ -80,6 +81,24 @@ TEST_F(SortFunctionsTest, FiltersByTheExactTextBehindTheFirstDot) {
         ASSERT_EQ(FilterByThisExtension(set, layerType, &list, extension, &count), 0);
         EXPECT_EQ(Listed(), c.expected) << c.extension;
         BMKillHandle(&list);
+    }
+}
+
+TEST_F(SortFunctionsTest, AWantOfMemoryIsACode) {
+    AddAll({u"A name with an extension.x", u"Another name with an extension.y"});
+    char extension[] = "x";
+    for (const auto filter : {&NoFilter, &FilterByThisExtension}) {
+        int status = 1;
+        const auto seen = ForEachFailure(
+            [&] {
+                status = 1;
+                status = filter(set, layerType, &list, extension, &count);
+            },
+            [&](bool failed) {
+                EXPECT_EQ(status, failed ? ADB::Error::MemoryFull : 0);
+                BMKillHandle(&list);
+            });
+        EXPECT_GT(seen.failures, 2U);
     }
 }
 

@@ -215,6 +215,7 @@ TEST_F(CommandLineTest, FilesAreKnownByTheirContentToo) {
         {"drawing", "999\ncomment\n" + DrawingWith(LayerTable({"Found"})), "Layer"},
         {"marked.txt", "\xEF\xBB\xBF" + DrawingWith(LayerTable({"Found"})), "Layer"},
         {"lines", "; comment\n\n*Found,line\nA,1,-1\n", "LineType"},
+        {"spelt", "*Found,line\na , 1,-1\n", "LineType"},
         {"patterns", "*Found\n0,0,0,0,1\n", "Fill"},
         {"UPPER.PAT", "*Found\n0,0,0,0,1\n", "Fill"},
         {"-", "*Found\n0,0,0,0,1\n", "Fill"},
@@ -225,7 +226,7 @@ TEST_F(CommandLineTest, FilesAreKnownByTheirContentToo) {
         Write(c.name, c.bytes);
         EXPECT_NE(RunCommand({"list", c.name, "--type", c.kind}).out.find("Found"), std::string::npos) << c.name;
     }
-    Write("--all", cases[4].bytes);
+    Write("--all", std::end(cases)[-1].bytes);
     EXPECT_NE(RunCommand({"list", "--", "--all"}).out.find("Found"), std::string::npos);
     std::filesystem::current_path(before);
 }

@@ -178,6 +178,16 @@ TEST_F(ImportTest, ASecondDrawingIsMerged) {
     }
 }
 
+TEST_F(ImportTest, WhatWasRenamedIsFoundAgainUnderWhateverNumberItGot) {
+    for (const char16_t* const name : {u"Wall (1)", u"Wall (01)", u"Wall (0)", u"Wall (1000000000)", u" (2)", u"(2)"}) {
+        session.GetSet()->Clear();
+        Import(MakeDrawing({}, {MakeLayer(name, 7, u"")}));
+        const DxfDrawing other = MakeDrawing({}, {MakeLayer(name, 1, u"")});
+        EXPECT_EQ(Merge(other).renamed, 1u);
+        EXPECT_EQ(TextOf(Merge(other)), "0 new, 2 reused, 0 renamed, 0 completed");
+    }
+}
+
 TEST_F(ImportTest, ALayerFollowsItsRenamedLineType) {
     Import(MakeDrawing({MakeLineType(u"A", {1, -1})}, {MakeLayer(u"Wall", 7, u"A")}));
     Merge(MakeDrawing({MakeLineType(u"B", {1, -1}), MakeLineType(u"A", {2, -2})}, {MakeLayer(u"Roof", 7, u"a")}));

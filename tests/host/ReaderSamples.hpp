@@ -1,5 +1,4 @@
-#ifndef TESTS_HOST_READERSAMPLES_HPP
-#define TESTS_HOST_READERSAMPLES_HPP
+#pragma once
 
 #include "ReadError.hpp"
 
@@ -63,5 +62,3 @@ std::string RefusalOf(Reader read, std::string_view bytes) {
 }
 
 }   // namespace HostTests
-
-#endif

@@ -126,6 +126,7 @@ TEST_F(IndexTest, QueriesAgreeWithAndWithoutAnIndex) {
     EXPECT_EQ(Plain().AppendRight(ODB::ConstRef<ODB::Object>(plain), nullptr, &query), -7001);
 
     EXPECT_EQ(Plain().AttachRightIndices(plain, std::make_unique<NumberIndex>()), 0) << "filled with what is linked";
+    EXPECT_EQ(Plain().AttachRightIndices(plain, std::make_unique<NumberIndex>()), -7003) << "there is one already";
     const int executions = NumberIndex::executions;
     found.Clear();
     Plain().AppendRight(ODB::ConstRef<ODB::Object>(plain), &found, &query);

@@ -91,6 +91,7 @@ public:
     unsigned int GetRefId() const noexcept { return refId; }
     /// The stamp at which the set last brought the container up to date; 0 when new or reset.
     std::uint64_t GetContainerLastUpdatedStamp() const noexcept { return lastUpdatedStamp; }
+    /// Does not count as a change.
     void SetContainerLastUpdatedStamp(std::uint64_t stamp);
     /// @}
 
@@ -236,6 +237,7 @@ public:
 private:
     friend class AttributeIndex;
     friend class AttributeKeyChange;
+    friend class AttributeSet;
     friend class GeneralAttribute;
 
     void AttributeChanged(ODB::ConstRef<GeneralAttribute> attribute, const FieldMask& fields) override;

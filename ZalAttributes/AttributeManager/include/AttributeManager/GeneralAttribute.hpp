@@ -265,6 +265,7 @@ private:
     void GenerateNewName();
     void TellOldName(const Kest::UniString& oldName);
     void AnnounceFlags(short newFlags);
+    void ReplaceFlags(short newFlags);
     void NotifyUserDataChanged(GeneralAttributeObserver& observer) const;
     void TakeSnapshot(char** snapshot) noexcept;
     int ReplaceMemo(char** table);

@@ -116,8 +116,8 @@ public:
     /// Gives each left object an index of its own, from its first link on. Only for associations with RightIndexBase;
     /// to be called before anything is linked.
     void SetRightIndexFactory(IndexFactory factory);
-    /// Adds \p index, filled with what is linked, to the indexes of \p left. \returns 0, or -7003 without
-    /// RightIndexBase
+    /// Adds \p index, filled with what is linked, to the indexes of \p left. \returns 0; -7001 for a null argument;
+    /// -7003 without RightIndexBase or when \p left has an index of that class already
     int AttachRightIndices(const Ref<Object>& left, std::unique_ptr<Index> index) const;
     /// The indexes of \p left, owned by the association, after they have seen all changes.
     Kest::Array<const Index*> GetAttachedRightIndices(const RefBase& left) const;
