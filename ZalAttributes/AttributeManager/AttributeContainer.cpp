@@ -13,19 +13,14 @@
 #include <AttributeManager/AttributeErrors.hpp>
 #include <AttributeManager/AttributeIndex.hpp>
 #include <AttributeManager/AttributeSet.hpp>
-#include <AttributeManager/IAttributeRegister.hpp>
 
 #include "AttributeIndexTables.hpp"
+#include "RegisteredTypeId.hpp"
 
 namespace ADB {
 namespace {
 
 const Kest::ClassRegistration<AttributeContainer> registration;
-
-short RegisteredTypeId(unsigned int refId) {
-    const IAttributeRegister* const attributeRegister = ::GetAttributeRegister();
-    return attributeRegister != nullptr ? attributeRegister->GetTypeIdByRefId(refId) : short{0};
-}
 
 template <class Reference>
 Reference MakeReference(ODB::ObjectInfo* record) {
@@ -39,7 +34,7 @@ void Relay(const AttributeContainer& container, const ODB::ConstRef<GeneralAttri
     if (setRecord == nullptr)
         return;
     const ODB::ConstRef<AttributeSet> set(setRecord);   // counted: an observer may delete it
-    const short typeId = set ? RegisteredTypeId(container.GetRefId()) : short{0};
+    const short typeId = set ? RegisteredTypeIdOf(container.GetRefId()) : short{0};
     if (typeId != 0)
         set->NotifyObservers(typeId, attribute, status, fields);
 }

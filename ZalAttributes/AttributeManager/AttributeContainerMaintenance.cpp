@@ -1,12 +1,7 @@
-#include <cstddef>
-#include <new>
-
-#include <ODB/Database.hpp>
-#include <ODB/Delta.hpp>
-#include <ODB/IdSpace.hpp>
-
 #include <AttributeManager/AttributeContainer.hpp>
 #include <AttributeManager/AttributeIndex.hpp>
+
+#include "OwnedObjects.hpp"
 
 namespace ADB {
 
@@ -43,48 +38,16 @@ bool AttributeContainer::CheckInvariants() const {
     return observed && (index == nullptr || index->CheckInvariants());
 }
 
-ODB::RefList<ODB::Object> AttributeContainer::GetOwnedObjects() const {
-    return ODB::DetermineOwnedObjectSet({ODB::Ref<ODB::Object>(GetInfo())});
-}
-
+// Deltas carry no observers: the copy observes its attributes anew.
 ODB::Ref<AttributeContainer> AttributeContainer::CopyToIdSpace(ODB::IdSpace* target) const {
-    if (target == nullptr || target == GetIdSpace())
-        return ODB::NullRef;
-    if (target->Contains(GetId()))
-        return ODB::DynamicCast<AttributeContainer>(target->Find(GetId()));
-    ODB::Ref<AttributeContainer> copy;
-    try {
-        ODB::Delta delta(u"AttributeContainer::attributeDelta", GetIdSpace());
-        const int status =
-            ODB::CreateDelta({}, GetOwnedObjects(), &delta, ODB::LinkBoundary::Inside, ODB::ObjectFilter());
-        if (status != 0 || ODB::MergeDelta(*target, delta) != 0)
-            return ODB::NullRef;
-        copy = ODB::DynamicCast<AttributeContainer>(target->Find(GetId()));
-        copy.GetLogicalConst()->AttachAttributeObservers();
-    } catch (const std::bad_alloc&) {
-        ODB::Database::DeleteObject(copy);
-        return ODB::NullRef;
-    }
-    return copy;
+    return CopyWithOwned(
+        *this, u"AttributeContainer::attributeDelta", target,
+        [](const ODB::Ref<AttributeContainer>& copy) { copy.GetLogicalConst()->AttachAttributeObservers(); });
 }
 
 void AttributeContainer::MoveToIdSpace(ODB::IdSpace* target) {
-    ODB::IdSpace* const source = GetIdSpace();
-    if (target == nullptr || target == source)
-        return;
-    const ODB::RefList<ODB::Object> owned = GetOwnedObjects();
-    for (const ODB::Ref<ODB::Object>& object : owned)
-        if (target->Contains(object.GetId()))
-            return;
-    std::size_t moved = 0;
-    try {
-        for (; moved < owned.GetSize(); ++moved)
-            target->MoveObject(owned[moved]);
-    } catch (const std::bad_alloc&) {
-        while (moved > 0)
-            source->MoveObject(owned[--moved]);   // the room that it left is still there
-        throw;
-    }
+    if (target != nullptr && target != GetIdSpace())
+        MoveOwnedObjects(*GetInfo(), *target);
 }
 
 }   // namespace ADB

@@ -248,7 +248,6 @@ private:
     ODB::ObjectInfo* FindRecord(const Kest::UniString& name) const noexcept;
     ODB::ConstRef<GeneralAttribute> GetLowestAttribute() const;
     bool Owns(const ODB::Ref<GeneralAttribute>& attribute) const noexcept;
-    ODB::RefList<ODB::Object> GetOwnedObjects() const;
     AttributeIndexTables* FindTables() const noexcept;
     template <class Take>
     void CollectAttributes(SortMethod method, SortOrder order, Take&& take) const;

@@ -288,7 +288,6 @@ private:
     void AnnounceNew(const ODB::ConstRef<GeneralAttribute>& attribute) const;
     int StoreCopy(const ODB::ConstRef<GeneralAttribute>& attribute, bool keepIndex, const Kest::Guid& guid,
                   ODB::Ref<GeneralAttribute>& stored) const;
-    ODB::RefList<ODB::Object> GetOwnedObjects() const;
     static short Fills::*FindPercentFill(PercentFillTypes type) noexcept;
     void SetFill(short Fills::*fill, short index) const;
 
