@@ -15,9 +15,8 @@
 
 namespace ODB {
 
-/// Memory for many small blocks of one size: taken in slabs, which are kept for the next blocks, and given back to a free
-/// list. The sanitizer build goes to the
-/// heap for each, so that a stale pointer is caught there.
+/// Memory for many small blocks of one size: taken in slabs, which are kept for the next blocks, and given back to a
+/// free list. The sanitizer build goes to the heap for each, so that a stale pointer is caught there.
 template <class T>
 class RecordPool {
 public:
