@@ -1,7 +1,5 @@
 #include <Kest/Array.hpp>
 
-#include "TestElements.hpp"
-
 #include <gtest/gtest.h>
 
 #include <string>
@@ -21,21 +19,6 @@ TEST(ArrayTest, InsertsDeletesAndFindsByIndexAndValue) {
     EXPECT_EQ(names.DeleteAll(names[0]), 2U);
     EXPECT_EQ(names, (Array<std::string>{"b", "z"}));
     EXPECT_FALSE(names.Contains("a"));
-}
-
-TEST(ArrayTest, HoldsMoveOnlyElementsAndDestroysEachOnce) {
-    {
-        Array<CountedElement> array;
-        for (int n = 0; n < 10; ++n)
-            EXPECT_EQ(array.Push(CountedElement(n)).value, n);
-        array.Insert(3, CountedElement(30));
-        array.Delete(0);
-        const Array<CountedElement> moved(std::move(array));
-        EXPECT_EQ(moved[2].value, 30);
-        EXPECT_EQ(moved.GetLast().value, 9);
-        EXPECT_EQ(CountedElement::living, 10);
-    }
-    EXPECT_EQ(CountedElement::living, 0);
 }
 
 }   // namespace

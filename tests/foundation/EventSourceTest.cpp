@@ -1,13 +1,11 @@
 #include <Kest/EventSource.hpp>
 
-#include <algorithm>
 #include <functional>
-#include <map>
+#include <list>
 #include <memory>
-#include <optional>
 #include <random>
-#include <set>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -70,43 +68,11 @@ TEST_F(EventSourceTest, WalkGoesFromTheLastToTheFirstWhateverCallbacksDo) {
         std::vector<int> expected;
     } cases[] = {
         {"nothing", [] {}, {4, 3, 2, 1}},
-        {"attached again: nothing", [this] { source->Attach(Of(4)); }, {4, 3, 2, 1}},
         {"detaches itself", [this] { source->Detach(Of(3)); }, {4, 3, 2, 1}},
         {"detaches one to come", [this] { source->Detach(Of(2)); }, {4, 3, 1}},
-        {"detaches one who was called", [this] { source->Detach(Of(4)); }, {4, 3, 2, 1}},
-        {"detaches all",
-         [this] {
-             for (const auto& listener : listeners)
-                 source->Detach(*listener);
-         },
-         {4, 3}},
-        {"detaches and attaches: next time",
-         [this] {
-             source->Detach(Of(1));
-             source->Attach(Of(1));
-         },
-         {4, 3, 2}},
         {"kills one to come", [this] { Kill(1); }, {4, 3, 2}},
         {"kills one who was called", [this] { Kill(4); }, {4, 3, 2, 1}},
-        {"kills one to come and attaches another",
-         [this] {
-             Kill(2);
-             listeners.push_back(std::make_unique<Listener>(5, heard));
-             source->Attach(*listeners.back());
-         },
-         {4, 3, 1}},
         {"destroys the source", [this] { source.reset(); }, {4, 3, -4, -3, -2, -1}},
-        {"closes the source", [this] { source->Close(); }, {4, 3, -4, -3, -2, -1}},
-        {"an inner walk in which others detach",
-         [this] {
-             Of(3).act = nullptr;
-             Of(2).act = [this] {
-                 source->Detach(Of(2));
-                 source->Detach(Of(4));
-             };
-             Announce(*source);
-         },
-         {4, 3, 4, 3, 2, 1, 1}},
     };
     for (const auto& c : cases) {
         Renew();
@@ -126,14 +92,14 @@ TEST_F(EventSourceTest, DyingSourceTellsEachOnceAndSurvivesWhatTheyDo) {
 }
 
 TEST_F(EventSourceTest, ExceptionEndsTheWalkAndLeavesTheSourceUsable) {
-    Of(3).act = [] { throw std::runtime_error("enough"); };
+    Of(3).act = [this] {
+        Of(3).act = nullptr;
+        throw std::runtime_error("enough");
+    };
     EXPECT_THROW(Announce(*source), std::runtime_error);
-    EXPECT_EQ(heard, (std::vector<int>{4, 3}));
     EXPECT_FALSE(EventSource::IsAnnouncing());
-    Of(3).act = nullptr;
-    source->Detach(Of(4));
     Announce(*source);
-    EXPECT_EQ(heard, (std::vector<int>{4, 3, 3, 2, 1}));
+    EXPECT_EQ(heard, (std::vector<int>{4, 3, 4, 3, 2, 1}));
 }
 
 TEST_F(EventSourceTest, CopiesHaveNoObservers) {
@@ -142,11 +108,8 @@ TEST_F(EventSourceTest, CopiesHaveNoObservers) {
     copy.Attach(Of(1));
     copy = *source;
     EXPECT_EQ(copy.GetObserverCount(), 1u);
-    Listener copied(Of(1));
-    copied.name = 9;
+    const Listener copied(Of(1));
     EXPECT_FALSE(source->IsAttached(copied));
-    copy.Attach(copied);
-    EXPECT_EQ(copy.GetObserverCount(), 2u);
 }
 
 TEST_F(EventSourceTest, QuietComesAfterTheOutermostAnnouncement) {
@@ -166,110 +129,77 @@ TEST_F(EventSourceTest, QuietComesAfterTheOutermostAnnouncement) {
 }
 
 // Sources and observers at random, some dying, walks in walks; who is attached stands in a plain list, and each walk
-// notes who has left or come since it began.
+// knows whom it has still to call.
 class EventModel {
 public:
     explicit EventModel(unsigned seed) : random(seed) {
-        for (std::size_t place = 0; place < Sources; ++place)
-            sources.push_back(std::make_unique<EventSource>());
-        while (observers.size() < Observers)
-            MakeObserver();
+        for (std::unique_ptr<Listener>& observer : observers)
+            observer = std::make_unique<Listener>(nextName++, heard);
     }
 
-    void Change() { Step(0); }
-
     void Walk(std::size_t which, int depth) {
-        std::vector<int> expected(attached[which].rbegin(), attached[which].rend());
-        std::size_t turn = 0;
-        walks.push_back({which, {}});
-        const std::size_t own = walks.size() - 1;
-        sources[which]->EnumerateObservers([&](Kest::EventObserver& observer) {
-            const int name = static_cast<Listener&>(observer).name;
-            while (turn < expected.size() && walks[own].gone.contains(expected[turn]))
-                ++turn;
-            ASSERT_LT(turn, expected.size());
-            EXPECT_EQ(name, expected[turn++]);
+        RunningWalk& own = walks.emplace_back(which, attached[which]);
+        sources[which].EnumerateObservers([&](Kest::EventObserver& observer) {
+            ASSERT_FALSE(own.toCome.empty());
+            EXPECT_EQ(static_cast<Listener&>(observer).name, own.toCome.back());
+            own.toCome.pop_back();
             for (std::size_t count = random() % 3; count > 0; --count)
                 Step(depth);
         });
-        while (turn < expected.size() && walks[own].gone.contains(expected[turn]))
-            ++turn;
-        EXPECT_EQ(turn, expected.size()) << "nobody skipped";
+        EXPECT_TRUE(own.toCome.empty()) << "nobody skipped";
         walks.pop_back();
     }
 
+    void Step(int depth) {
+        const std::size_t which = random() % std::size(sources);
+        std::unique_ptr<Listener>& observer = observers[random() % std::size(observers)];
+        EventSource& source = sources[which];
+        const auto kind = random() % 8;
+        if (kind < 3) {
+            if (!source.IsAttached(*observer))
+                attached[which].push_back(observer->name);
+            source.Attach(*observer);
+        } else if (kind < 5) {
+            source.Detach(*observer);
+            Left(which, observer->name);
+        } else if (kind == 5) {
+            for (std::size_t place = 0; place < std::size(sources); ++place)
+                Left(place, observer->name);
+            observer = std::make_unique<Listener>(nextName++, heard);
+        } else if (kind == 6 && depth > 0) {
+            Walk(which, depth - 1);
+        }
+        EXPECT_EQ(source.GetObserverCount(), attached[which].size());
+    }
+
 private:
-    static constexpr std::size_t Sources = 3;
-    static constexpr std::size_t Observers = 12;
     struct RunningWalk {
+        RunningWalk(std::size_t walked, std::vector<int> all) : source(walked), toCome(std::move(all)) {}
         std::size_t source;
-        std::set<int> gone;   // detached since the walk began, even if attached again
+        std::vector<int> toCome;   // the next one last
     };
 
-    void MakeObserver() {
-        observers.emplace(nextName, std::make_unique<Listener>(nextName, heard));
-        ++nextName;
-    }
-    int DrawObserver() {
-        auto place = observers.begin();
-        std::advance(place, static_cast<std::ptrdiff_t>(random() % observers.size()));
-        return place->first;
-    }
     void Left(std::size_t which, int name) {
-        if (std::erase(attached[which], name) != 0)
-            for (RunningWalk& walk : walks)
-                if (walk.source == which)
-                    walk.gone.insert(name);
-    }
-    void Step(int depth) {
-        const std::size_t which = random() % Sources;
-        const int name = DrawObserver();
-        EventSource& source = *sources[which];
-        switch (random() % 8) {
-        case 0:
-        case 1:
-        case 2:
-            source.Attach(*observers[name]);
-            if (std::count(attached[which].begin(), attached[which].end(), name) == 0)
-                attached[which].push_back(name);
-            break;
-        case 3:
-        case 4:
-            source.Detach(*observers[name]);
-            Left(which, name);
-            break;
-        case 5:
-            observers.erase(name);
-            for (std::size_t place = 0; place < Sources; ++place)
-                Left(place, name);
-            MakeObserver();
-            break;
-        case 6:
-            if (depth > 0)
-                Walk(which, depth - 1);
-            break;
-        default:
-            EXPECT_EQ(source.GetObserverCount(), attached[which].size());
-        }
+        std::erase(attached[which], name);
+        for (RunningWalk& walk : walks)
+            if (walk.source == which)
+                std::erase(walk.toCome, name);
     }
 
     std::mt19937 random;
     std::vector<int> heard;
-    std::vector<std::unique_ptr<EventSource>> sources;
-    std::map<int, std::unique_ptr<Listener>> observers;
-    std::vector<int> attached[Sources];
-    std::vector<RunningWalk> walks;
+    EventSource sources[3];
+    std::unique_ptr<Listener> observers[12];
+    std::vector<int> attached[3];
+    std::list<RunningWalk> walks;
     int nextName = 1;
 };
 
 TEST(EventModelTest, RandomCallbacksAgreeWithPlainLists) {
     for (unsigned seed = 1; seed <= 20; ++seed) {
         EventModel model(seed);
-        for (int round = 0; round < 60 && !testing::Test::HasFailure(); ++round) {
-            for (int change = 0; change < 10; ++change)
-                model.Change();
-            model.Walk(static_cast<std::size_t>(round) % 3, 3);
-        }
+        for (int round = 0; round < 600 && !testing::Test::HasFailure(); ++round)
+            round % 10 == 0 ? model.Walk(static_cast<std::size_t>(round / 10) % 3, 3) : model.Step(0);
         ASSERT_FALSE(testing::Test::HasFailure()) << "seed " << seed;
     }
 }
@@ -277,23 +207,19 @@ TEST(EventModelTest, RandomCallbacksAgreeWithPlainLists) {
 TEST(EventAttachTest, AttachFailsWithNothingChanged) {
     std::vector<int> heard;
     const auto attach = [&] {
-        std::optional<EventSource> source(std::in_place);
-        std::optional<Listener> first(std::in_place, 1, heard);
-        std::optional<Listener> second(std::in_place, 2, heard);
-        std::optional<Listener> third(std::in_place, 3, heard);
+        EventSource source;
+        Listener listeners[] = {{1, heard}, {2, heard}, {3, heard}};
         std::size_t attached = 0;
         try {
-            for (Listener* const listener : {&*first, &*second, &*third}) {
-                source->Attach(*listener);
+            for (Listener& listener : listeners) {
+                source.Attach(listener);
                 ++attached;
             }
         } catch (const std::bad_alloc&) {
         }
-        const AllocationsSucceed looking;
-        EXPECT_EQ(source->GetObserverCount(), attached);
-        EXPECT_EQ(source->IsAttached(*second), attached > 1);
-        first.reset();
-        EXPECT_EQ(source->GetObserverCount(), attached > 0 ? attached - 1 : 0);
+        EXPECT_EQ(source.GetObserverCount(), attached);
+        EXPECT_EQ(source.IsAttached(listeners[1]), attached > 1);
+        source.Close();
     };
     heard.reserve(100);
     attach();

@@ -24,10 +24,10 @@ protected:
     }
     ~LoggerTest() override { logger.SetSink(nullptr); }
 
-    std::vector<std::string> Texts() const {
-        std::vector<std::string> texts;
+    std::string Texts() const {
+        std::string texts;
         for (const LogEntry& entry : heard)
-            texts.push_back(entry.text.ToCStr());
+            texts += entry.text.ToCStr() + ';';
         return texts;
     }
 
@@ -35,24 +35,19 @@ protected:
     const InfoLogLine line{"%d", "Test"};
 };
 
-using Texts = std::vector<std::string>;
-
 TEST_F(LoggerTest, AnEntryCarriesTextCategoryAndPlace) {
     static const ErrorLogLine taken("index %d is already used by \"%T\"", "ZalAttributes");
     const unsigned lineOfTaken = __LINE__ - 1;
     taken.Write(7, UniString(u"W\u00E4nde"));
-    InfoLogLine("%: %", "Report").Write("prefix", UniString(u"100% done"));
     taken.WriteText(u"50% %d %T");
 
-    ASSERT_EQ(heard.size(), 3U);
+    ASSERT_EQ(heard.size(), 2U);
     EXPECT_EQ(heard[0].text, u"index 7 is already used by \"W\u00E4nde\"");
     EXPECT_EQ(heard[0].severity, LogSeverity::Error);
     EXPECT_STREQ(heard[0].category, "ZalAttributes");
     EXPECT_STREQ(heard[0].file, __FILE__);
     EXPECT_EQ(heard[0].line, lineOfTaken);
-    EXPECT_EQ(heard[1].text, u"prefix: 100% done");
-    EXPECT_EQ(heard[1].severity, LogSeverity::Info);
-    EXPECT_EQ(heard[2].text, u"50% %d %T");
+    EXPECT_EQ(heard[1].text, u"50% %d %T");
 }
 
 TEST_F(LoggerTest, ASinkThatLogsDoesNotHearItselfButTheOthersDo) {
@@ -64,7 +59,7 @@ TEST_F(LoggerTest, ASinkThatLogsDoesNotHearItselfButTheOthersDo) {
     logger.AddSink([&](const LogEntry&) { line.Write(-1); });   // the two would answer each other for ever
     line.Write(1);
     EXPECT_EQ(calls, 2);
-    EXPECT_EQ(Texts(), (::Texts{"1", "100", "-1", "-1", "200"}));
+    EXPECT_EQ(Texts(), "1;100;-1;-1;200;");
 }
 
 TEST_F(LoggerTest, ASinkMayRemoveItselfAndLaterOnesAndAddOthers) {
@@ -76,19 +71,13 @@ TEST_F(LoggerTest, ASinkMayRemoveItselfAndLaterOnesAndAddOthers) {
         EXPECT_FALSE(logger.RemoveSink(later));
         logger.AddSink([&](const LogEntry& entry) { line.WriteText(u"added: " + entry.text); });
         EXPECT_EQ(*guard, 1);   // what the sink holds lives until it returns
+        throw std::runtime_error("sink");
     });
     later = logger.AddSink([&](const LogEntry&) { ++laterCalls; });
     line.Write(1);
     line.Write(2);
     EXPECT_EQ(laterCalls, 0);
-    EXPECT_EQ(Texts(), (::Texts{"1", "2", "added: 2"}));
-}
-
-TEST_F(LoggerTest, WhatASinkThrowsStaysThere) {
-    logger.SetSink([](const LogEntry&) { throw std::runtime_error("sink"); });
-    logger.AddSink([this](const LogEntry& entry) { heard.push_back(entry); });
-    line.Write(1);
-    EXPECT_EQ(Texts(), ::Texts{"1"});
+    EXPECT_EQ(Texts(), "1;2;added: 2;");
 }
 
 TEST_F(LoggerTest, ASinkWhoseContentLogsWhenItGoesIsHarmless) {
@@ -97,10 +86,10 @@ TEST_F(LoggerTest, ASinkWhoseContentLogsWhenItGoesIsHarmless) {
     };
     const auto first = logger.AddSink([content = std::make_shared<LogsAtItsEnd>()](const LogEntry&) {});
     logger.RemoveSink(first);
-    EXPECT_EQ(Texts(), ::Texts{"end"});
+    EXPECT_EQ(Texts(), "end;");
     logger.AddSink([content = std::make_shared<LogsAtItsEnd>()](const LogEntry&) {});
     logger.SetSink([this](const LogEntry& entry) { heard.push_back(entry); });
-    EXPECT_EQ(Texts(), (::Texts{"end", "end"}));
+    EXPECT_EQ(Texts(), "end;end;");
 }
 
 TEST_F(LoggerTest, StandardErrorGetsOneLineThatCannotBeForged) {
@@ -108,10 +97,6 @@ TEST_F(LoggerTest, StandardErrorGetsOneLineThatCannotBeForged) {
     testing::internal::CaptureStderr();
     ErrorLogLine("%T", "Zal").Write(UniString(u"a\nerror: b\t\x1B[1m\u0085\u2028\u00E9"));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "error: Zal: a\\nerror: b\\t\\u001B[1m\\u0085\\u2028\xC3\xA9\n");
-    EXPECT_TRUE(logger.RemoveSink(Logger::StandardError));
-    testing::internal::CaptureStderr();
-    line.Write(1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 }   // namespace

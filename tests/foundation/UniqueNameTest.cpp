@@ -28,11 +28,9 @@ TEST(UniqueNameTest, CountsFromTheBase) {
         UniString expected;
     } cases[] = {
         {"a free base is kept", u"Wall", {u"ROOF"}, u"Wall"},
-        {"a free numbered base is kept", u"Wall (7)", {u"WALL"}, u"Wall (7)"},
         {"a taken one counts from 1", u"Wall", {u"WALL"}, u"Wall (1)"},
         {"the smallest free number", u"Wall", {u"WALL", u"WALL (1)", u"WALL (3)"}, u"Wall (2)"},
         {"a numbered base counts on", u"Wall (3)", {u"WALL (3)", u"WALL (4)"}, u"Wall (5)"},
-        {"beyond nine", u"Wall (9)", {u"WALL (9)"}, u"Wall (10)"},
         {"zero is no number", u"Wall (0)", {u"WALL (0)"}, u"Wall (0) (1)"},
         {"a leading zero makes no number", u"Wall (01)", {u"WALL (01)"}, u"Wall (01) (1)"},
         {"no blank, no number", u"Wall(1)", {u"WALL(1)"}, u"Wall(1) (1)"},
@@ -41,7 +39,6 @@ TEST(UniqueNameTest, CountsFromTheBase) {
         {"not even on the way", u"W (999999998)", {u"W (999999998)", u"W (999999999)"}, u"W (999999998) (1)"},
         {"other digits are letters", u"W (\x0661)", {u"W (\x0661)"}, u"W (\x0661) (1)"},
         {"nothing but a number", u" (2)", {u" (2)"}, u" (3)"},
-        {"parentheses alone", u" ()", {u" ()"}, u" () (1)"},
         {"the empty base", u"", {u""}, u" (1)"},
     };
     for (const auto& c : cases)
@@ -49,9 +46,7 @@ TEST(UniqueNameTest, CountsFromTheBase) {
 }
 
 TEST(UniqueNameTest, FilterRefusesFreeNames) {
-    const auto longerThanFour = [](const UniString& name) { return name.GetLength() > 4; };
-    EXPECT_EQ(Generate(u"Wall", {}, longerThanFour), u"Wall (1)");
-    EXPECT_EQ(Generate(u"Walls", {}, longerThanFour), u"Walls");
+    EXPECT_EQ(Generate(u"Wall", {}, [](const UniString& name) { return name.GetLength() > 4; }), u"Wall (1)");
 }
 
 TEST(UniqueNameTest, NumberedNamesComeApartAndTogether) {
@@ -59,8 +54,6 @@ TEST(UniqueNameTest, NumberedNamesComeApartAndTogether) {
     EXPECT_EQ(numbered.GetStem(), u"Wall (1)");
     EXPECT_EQ(numbered.GetNumber(), 12U);
     EXPECT_EQ(numbered.GetFirstNumber(), 13U);
-    EXPECT_EQ(numbered.MakeName(999999999), u"Wall (1) (999999999)");
-    EXPECT_EQ(Kest::NumberedName(u"Wall").GetFirstNumber(), 1U);
     EXPECT_EQ(Kest::NumberedName::FromStem(u"Wall (2)").MakeName(1), u"Wall (2) (1)");
 }
 

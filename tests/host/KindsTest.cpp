@@ -25,35 +25,23 @@ using namespace Host;
 constexpr short OldReference = 5;
 constexpr short NewReference = 7;
 
-// Make a value another one; what refers to attributes then refers to OldReference.
-void Change(bool& value) {
-    value = !value;
-}
-void Change(int& value) {
-    ++value;
-}
-void Change(double& value) {
-    value += 0.5;
-}
-void Change(short& value) {
-    value = OldReference;
-}
-void Change(Kest::UniString& value) {
-    value += u"x";
-}
+// Makes a value another one; what refers to attributes then refers to OldReference.
 template <class Value>
-void Change(std::optional<Value>& value) {
-    Change(value.emplace());
-}
-template <HasFields Record>
-void Change(Record& record);
-template <class Value>
-void Change(std::vector<Value>& value) {
-    Change(value.emplace_back());
-}
-template <HasFields Record>
-void Change(Record& record) {
-    ForEachField<Record>([&record](const auto& field) { Change(record.*field.member); });
+void Change(Value& value) {
+    if constexpr (std::is_same_v<Value, bool>)
+        value = !value;
+    else if constexpr (std::is_same_v<Value, short>)
+        value = OldReference;
+    else if constexpr (std::is_arithmetic_v<Value>)
+        value += 1;
+    else if constexpr (std::is_same_v<Value, Kest::UniString>)
+        value += u"x";
+    else if constexpr (HasFields<Value>)
+        ForEachField<Value>([&value](const auto& field) { Change(value.*field.member); });
+    else if constexpr (requires { value.emplace_back(); })
+        Change(value.emplace_back());
+    else
+        Change(value.emplace());
 }
 
 template <class Kind, std::size_t Index>
@@ -81,12 +69,6 @@ void ForEachPlace(Call&& call) {
 template <class Kind>
 void ChangeAll(Kind& attribute) {
     ForEachPlace<Kind>([&attribute](auto place) { ChangeField<Kind, place()>(attribute); });
-}
-
-FieldMask MaskOf(const FieldID& field) {
-    FieldMask mask;
-    mask.Set(field);
-    return mask;
 }
 
 class References final : public IUsedAttrCollection {
@@ -153,7 +135,8 @@ TYPED_TEST_SUITE(KindsTest, TypesOf<AllKinds>::Types, KindName);
 TYPED_TEST(KindsTest, EachFieldIsSetComparedAndSynchronizedByItself) {
     ForEachPlace<TypeParam>([](auto place) {
         constexpr auto Field = FieldAt<TypeParam, place()>();
-        const FieldMask own = MaskOf(TypeParam::FieldIdOf(Field.number));
+        FieldMask own;
+        own.Set(TypeParam::FieldIdOf(Field.number));
         TypeParam changed;
         Listener listener;
         changed.Attach(listener);
@@ -203,80 +186,57 @@ TYPED_TEST(KindsTest, StatesClonesAndCopiesHaveEveryField) {
 
     TypeParam stored;
     stored.SetName(u"Name");
-    ASSERT_EQ(this->session.GetSet()->NewAttribute(this->typeId, &stored, false, false), 0);
+    const ODB::Ref<ADB::AttributeSet> set = this->session.GetSet();
+    ASSERT_EQ(set->NewAttribute(this->typeId, &stored, false, false), 0);
     source.SetIndex(stored.GetIndex());
-    ASSERT_EQ(this->session.GetSet()->PutAttribute(this->typeId, &source, false), 0);
-    const auto copy = this->session.GetSet()->GetConstAttribute(this->typeId, stored.GetIndex());
-    ASSERT_TRUE(copy);
-    EXPECT_TRUE(copy->Compare(&source).IsEmpty());
+    ASSERT_EQ(set->PutAttribute(this->typeId, &source, false), 0);
+    EXPECT_TRUE(set->GetConstAttribute(this->typeId, stored.GetIndex())->Compare(&source).IsEmpty());
 }
 
 TYPED_TEST(KindsTest, ReferencesAreReportedAndFollowARenumbering) {
     TypeParam attribute;
+    References none, before, after;
+    attribute.CollectUsedAttrs(none);
+    EXPECT_TRUE(none.found.empty()) << "an index of 0 refers to nothing";
     ChangeAll(attribute);
-    References before;
     attribute.CollectUsedAttrs(before);
-    std::multiset<unsigned int> refIds;
-    for (const auto& [refId, index] : before.found) {
-        EXPECT_EQ(index, OldReference);
-        refIds.insert(refId);
-    }
-    const KindEntry& kind = *FindKind(TypeParam::Record.refId);
-    EXPECT_EQ(refIds, std::multiset<unsigned int>(kind.refersTo.begin(), kind.refersTo.end()));
-
     const std::unique_ptr<ADB::IAttributeNewIndexTable, DisposeTable> table(CreateAttributeNewIndexTable());
-    for (const unsigned int refId : kind.refersTo)
+    std::multiset<std::pair<unsigned int, short>> old, renumbered;
+    for (const unsigned int refId : FindKind(TypeParam::Record.refId)->refersTo) {
+        old.emplace(refId, OldReference);
+        renumbered.emplace(refId, NewReference);
         table->SetNewIndex(TypeIdOf(refId), OldReference, NewReference);
+    }
+    EXPECT_EQ(before.found, old);
     Listener listener;
     attribute.Attach(listener);
     attribute.ReindAttr(table.get());
-    EXPECT_EQ(listener.heard.size(), kind.refersTo.empty() ? 0u : 1u);
-    References after;
+    EXPECT_EQ(listener.heard.size(), old.empty() ? 0u : 1u);
     attribute.CollectUsedAttrs(after);
-    for (const unsigned int refId : kind.refersTo)
-        EXPECT_EQ(after.found.count({refId, NewReference}), refIds.count(refId));
-    EXPECT_EQ(after.found.size(), before.found.size());
-    TypeParam none;
-    References noneFound;
-    none.CollectUsedAttrs(noneFound);
-    EXPECT_TRUE(noneFound.found.empty()) << "an index of 0 refers to nothing";
+    EXPECT_EQ(after.found, renumbered);
 }
 
 TYPED_TEST(KindsTest, TheClassRecordMakesAttributesOfTheKind) {
     const Kest::Guid classId(TypeParam::Record.classId);
     const std::unique_ptr<Kest::Object> made(Kest::ClassManager::CreateObject(classId));
-    ASSERT_NE(dynamic_cast<TypeParam*>(made.get()), nullptr);
+    EXPECT_NE(dynamic_cast<TypeParam*>(made.get()), nullptr);
     EXPECT_EQ(GetAttributeRegister()->GetTypeGuid(this->typeId), classId);
-    EXPECT_TRUE(TypeParam::GetClassInfoStatic()->IsCompatibleWith(*ADB::GeneralAttribute::GetClassInfoStatic()));
+    std::set<int> numbers;
+    ForEachField<typename TypeParam::FieldsType>(
+        [&](const auto& field) { EXPECT_TRUE(numbers.insert(field.number).second) << field.name; });
 }
 
-TEST(KindTableTest, IdentitiesAndFieldNumbersAreUnique) {
-    std::set<unsigned int> refIds;
+TEST(KindTableTest, IdentitiesAreUnique) {
     std::set<Kest::Guid> guids;
     for (const KindEntry& kind : GetKinds()) {
-        refIds.insert(kind.record.refId);
         guids.insert(Kest::Guid(kind.record.classId));
         guids.insert(Kest::Guid(kind.record.containerId));
         EXPECT_EQ(FindKind(std::string_view(kind.record.name)), &kind);
+        EXPECT_EQ(FindKind(kind.record.refId), &kind);
     }
-    EXPECT_EQ(refIds.size(), GetKinds().size());
     EXPECT_EQ(guids.size(), 2 * GetKinds().size());
-    EXPECT_FALSE(guids.contains(Kest::Guid()));
     EXPECT_EQ(FindKind("lINEtYPE"), FindKind(LineType::Record.refId));
     EXPECT_EQ(FindKind("LineTypes"), nullptr);
-
-    [&]<class... Kinds>(std::type_identity<std::tuple<Kinds...>>) {
-        const auto hasUniqueNumbers = []<class Kind>(std::type_identity<Kind>) {
-            std::set<int> numbers;
-            std::size_t count = 0;
-            ForEachField<typename Kind::FieldsType>([&](const auto& field) {
-                numbers.insert(field.number);
-                ++count;
-            });
-            EXPECT_EQ(numbers.size(), count) << Kind::Record.name;
-        };
-        (hasUniqueNumbers(std::type_identity<Kinds>()), ...);
-    }(std::type_identity<AllKinds>());
 }
 
 TEST(KindTableTest, AKindComesBehindThoseThatItRefersTo) {

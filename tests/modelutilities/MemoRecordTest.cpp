@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
@@ -26,17 +27,14 @@ std::string WithNumber(std::string table, std::size_t offset, std::uint32_t numb
 }
 
 TEST(MemoRecordTest, TheLayoutIsFixed) {
-    const std::string header = std::string(WithNumber(std::string(MemoHeaderSize, '\0'), 0, 0x01020304));
-    std::string expected = WithNumber(WithNumber(header, 4, 0x05060708), 12, 0x090A0B0C);
-    const std::uint16_t platform = 0x5757;
-    const std::int16_t version = -2;
-    std::memcpy(expected.data() + 8, &platform, sizeof(platform));
-    std::memcpy(expected.data() + 10, &version, sizeof(version));
-    expected = WithNumber(expected, 16, 3) + "abc";
-
+    std::string expected(MemoHeaderSize, '\0');
+    const std::pair<std::size_t, std::uint32_t> fields[] = {
+        {0, 0x01020304}, {4, 0x05060708}, {8, 0xFFFE5757}, {12, 0x090A0B0C}, {16, 3}};
+    for (const auto& [offset, number] : fields)
+        expected = WithNumber(expected, offset, number);
     MemoTable table;
-    ASSERT_EQ(ZalM_PutRegMData(0x01020304, 0x05060708, platform, version, 0x090A0B0C, 3, "abc", &table.handle), 0);
-    EXPECT_EQ(table.GetText(), expected);
+    ASSERT_EQ(ZalM_PutRegMData(0x01020304, 0x05060708, 0x5757, -2, 0x090A0B0C, 3, "abc", &table.handle), 0);
+    EXPECT_EQ(table.GetText(), expected + "abc");
 }
 
 TEST(MemoRecordTest, ARecordIsFoundByItsOwnerPair) {
@@ -45,44 +43,15 @@ TEST(MemoRecordTest, ARecordIsFoundByItsOwnerPair) {
     table.Put({2, 1}, "");
     unsigned short platform = 0;
     short version = 0;
-    unsigned int flags = 0, length = 9;
+    unsigned int flags = 0, length = 0;
     const char* const data = ZalM_GetRegMDataPtr(1, 2, table.handle, &platform, &version, &flags, &length);
     ASSERT_NE(data, nullptr);
     EXPECT_EQ(std::string(data, length), "abc");
-    EXPECT_EQ(platform, 0x4D4D);
-    EXPECT_EQ(version, -7);
-    EXPECT_EQ(flags, 0xF0000001U);
-
+    EXPECT_TRUE(platform == 0x4D4D && version == -7 && flags == 0xF0000001U);
+    EXPECT_EQ(ZalM_GetRegMDataPtr(1, 1, table.handle, &platform, &version, &flags, &length), nullptr);
+    EXPECT_EQ(length, 3U) << "outputs stay without a record";
     EXPECT_NE(ZalM_GetRegMDataPtr(2, 1, table.handle, nullptr, nullptr, nullptr, &length), nullptr);
     EXPECT_EQ(length, 0U);
-    length = 77;
-    EXPECT_EQ(ZalM_GetRegMDataPtr(1, 1, table.handle, &platform, &version, &flags, &length), nullptr);
-    EXPECT_EQ(length, 77U) << "outputs stay without a record";
-
-    MemoTable none;
-    EXPECT_EQ(ZalM_GetRegMDataPtr(1, 2, none.handle, nullptr, nullptr, nullptr, nullptr), nullptr);
-    EXPECT_FALSE(none.Delete({1, 2}));
-    EXPECT_EQ(none.handle, nullptr);
-}
-
-TEST(MemoRecordTest, AReplacedRecordKeepsItsPlace) {
-    const struct {
-        const char* when;
-        Owner owner;
-        const char* data;
-        const char* expected;
-    } cases[] = {
-        {"first, longer", {1, 0}, "longer", "1.0=longer 2.0=bb 3.0="},
-        {"middle, emptied", {2, 0}, "", "1.0=a 2.0= 3.0="},
-        {"middle, as long", {2, 0}, "xx", "1.0=a 2.0=xx 3.0="},
-        {"last, from empty", {3, 0}, "new", "1.0=a 2.0=bb 3.0=new"},
-        {"another owner goes to the end", {0, 1}, "z", "1.0=a 2.0=bb 3.0= 0.1=z"},
-    };
-    for (const auto& c : cases) {
-        MemoTable table;
-        table.Put({1, 0}, "a").Put({2, 0}, "bb").Put({3, 0}, "").Put(c.owner, c.data);
-        EXPECT_EQ(table.Describe(), c.expected) << c.when;
-    }
 }
 
 TEST(MemoRecordTest, DataMayComeFromTheTableItself) {
@@ -124,26 +93,15 @@ TEST(MemoRecordTest, RandomOperationsAgreeWithAList) {
 TEST(MemoRecordTest, AWalkByPositionGivesEachRecordAndItsEnd) {
     MemoTable table;
     table.Put({1, 0}, "a").Put({2, 0}, "bb");
-    const std::int64_t size = table.GetSize();
-    MemoRecord record;
-    const struct {
-        std::int64_t offset;
-        bool expected;
-        std::int64_t next;
-    } cases[] = {{0, true, 25},
-                 {25, true, 51},
-                 {51, false, 51},
-                 {-1, false, -1},
-                 {52, false, 52},
-                 {50, false, 50},
-                 {std::numeric_limits<std::int64_t>::max(), false, std::numeric_limits<std::int64_t>::max()}};
-    for (const auto& c : cases) {
-        std::int64_t offset = c.offset;
-        EXPECT_EQ(ZalM_GetRegMDataOffsPtr(table.GetBytes(), size, offset, record), c.expected) << c.offset;
-        EXPECT_EQ(offset, c.next);
+    constexpr std::int64_t Farthest = std::numeric_limits<std::int64_t>::max();
+    const std::pair<std::int64_t, std::int64_t> cases[] = {{0, 25},  {25, 51}, {51, 51},
+                                                           {-1, -1}, {50, 50}, {Farthest, Farthest}};
+    for (const auto& [from, next] : cases) {
+        std::int64_t offset = from;
+        MemoRecord record;
+        EXPECT_EQ(ZalM_GetRegMDataOffsPtr(table.GetBytes(), table.GetSize(), offset, record), from != next) << from;
+        EXPECT_EQ(offset, next);
     }
-    std::int64_t offset = 0;
-    EXPECT_FALSE(ZalM_GetRegMDataOffsPtr(nullptr, 0, offset, record));
 }
 
 TEST(MemoRecordTest, AChangeThatRunsOutOfMemoryChangesNothing) {
@@ -155,22 +113,20 @@ TEST(MemoRecordTest, AChangeThatRunsOutOfMemoryChangesNothing) {
     MemoTable before;
     before.Put({1, 0}, "a").Put({2, 0}, "bb");
     for (const auto change : changes) {
-        char** table = BMPtrToHandle(before.GetBytes(), before.GetSize());
         int status = 0;
-        const auto isUnchanged = [&] {
-            return BMGetHandleSize(table) == before.GetSize() &&
-                   BNCompareMemory(*table, before.GetBytes(), static_cast<std::size_t>(before.GetSize())) == 0;
+        bool changed = false;
+        const auto run = [&] {
+            std::optional<AllocationsSucceed> setup(std::in_place);
+            MemoTable table(before.GetText());
+            setup.reset();
+            status = change(&table.handle);
+            changed = table.GetText() != before.GetText();
         };
-        ForEachFailure([&] { status = change(&table); },
-                       [&](bool failed) {
-                           EXPECT_EQ(status, failed ? -108 : 0);
-                           EXPECT_EQ(isUnchanged(), failed);
-                           if (failed)
-                               return;
-                           BMKillHandle(&table);
-                           table = BMPtrToHandle(before.GetBytes(), before.GetSize());
-                       });
-        BMKillHandle(&table);
+        const auto check = [&](bool failed) {
+            EXPECT_EQ(status, failed ? -108 : 0);
+            EXPECT_NE(changed, failed);
+        };
+        EXPECT_EQ(ForEachFailure(run, check).leakedBlocks, 0);
     }
 }
 
@@ -180,16 +136,13 @@ TEST(MemoRecordTest, ATableThatEndsAnywhereGivesItsWholeRecords) {
     whole.Put({1, 0}, "a").Put({2, 0}, "").Put({3, 0}, "cccc");
     for (std::int64_t size = 0; size <= whole.GetSize(); ++size) {
         MemoTable cut(whole.GetText().substr(0, static_cast<std::size_t>(size)));
-        const char* const expected = size < 25   ? ""
-                                     : size < 49 ? "1.0=a"
-                                     : size < 77 ? "1.0=a 2.0="
-                                                 : "1.0=a 2.0= 3.0=cccc";
-        ASSERT_EQ(cut.Describe(), expected) << size;
+        const std::string all = size < 25   ? ""
+                                : size < 49 ? "1.0=a "
+                                : size < 77 ? "1.0=a 2.0= "
+                                            : "1.0=a 2.0= 3.0=cccc ";
+        ASSERT_EQ((cut.Describe() + ' ').substr(all.empty() ? 1 : 0), all) << size;
         cut.Put({9, 9}, "z");
-        const std::string before = *expected == '\0' ? "" : std::string(expected) + ' ';
-        ASSERT_EQ(cut.Describe(), before + "9.9=z") << "what makes no record does not hide a new one";
-        ASSERT_TRUE(cut.Delete({9, 9}));
-        ASSERT_EQ(cut.Describe(), expected);
+        ASSERT_EQ(cut.Describe(), all + "9.9=z") << "what makes no record does not hide a new one";
     }
 }
 

@@ -170,31 +170,19 @@ private:
     }
 };
 
-inline const Things& Owning() {
-    static const Things association(ODB::Id("{D1E5C0DE-0000-4000-8000-000000000011}"),
-                                    ODB::AssociationProperty::Ownership | ODB::AssociationProperty::RightIndexBase);
+template <int Number, ODB::AssociationProperty::Bit... Properties>
+const Things& Association() {
+    static const Things association(ODB::Id(Kest::Guid(Kest::Guid::Bytes{0xD1, 0xE5, Number})),
+                                    (ODB::AssociationProperty() | ... | Properties));
     return association;
 }
-inline const Things& OwningToo() {
-    static const Things association(ODB::Id("{D1E5C0DE-0000-4000-8000-000000000012}"),
-                                    ODB::AssociationProperty::Ownership);
-    return association;
-}
-inline const Things& Plain() {
-    static const Things association(ODB::Id("{D1E5C0DE-0000-4000-8000-000000000013}"),
-                                    ODB::AssociationProperty::RightIndexBase);
-    return association;
-}
-inline const Things& Deleting() {
-    static const Things association(ODB::Id("{D1E5C0DE-0000-4000-8000-000000000014}"),
-                                    ODB::AssociationProperty::DeletePropagation);
-    return association;
-}
-inline const Things& Sending() {
-    static const Things association(ODB::Id("{D1E5C0DE-0000-4000-8000-000000000015}"),
-                                    ODB::AssociationProperty::Ownership | ODB::AssociationProperty::EventSending);
-    return association;
-}
+inline constexpr auto Owning =
+    &Association<1, ODB::AssociationProperty::Ownership, ODB::AssociationProperty::RightIndexBase>;
+inline constexpr auto OwningToo = &Association<2, ODB::AssociationProperty::Ownership>;
+inline constexpr auto Plain = &Association<3, ODB::AssociationProperty::RightIndexBase>;
+inline constexpr auto Deleting = &Association<4, ODB::AssociationProperty::DeletePropagation>;
+inline constexpr auto Sending =
+    &Association<5, ODB::AssociationProperty::Ownership, ODB::AssociationProperty::EventSending>;
 /// Each left object has a NumberIndex.
 inline const Things& Indexed() {
     static const Things* const association = [] {
