@@ -1,23 +1,13 @@
 #include <AttributeManager/GeneralAttribute.hpp>
 
-#include <gtest/gtest.h>
-
 #include <memory>
 
-#include "ContainerFixture.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 
 namespace {
 
-using namespace ContainerTests;
-using ADB::GeneralAttribute;
-using Reading = ODB::ConstRef<ADB::GeneralAttribute>;
+using namespace ADBTest;
 using Fields = std::vector<int>;
-
-void SetData(GeneralAttribute& attribute, unsigned int id, const std::string& bytes) {
-    char** data = BMPtrToHandle(bytes.data(), static_cast<std::int64_t>(bytes.size()));
-    EXPECT_EQ(attribute.SetUserData(id, id, 0x5757, 1, 2, data), 0);
-    BMKillHandle(&data);
-}
 
 std::string GetData(const GeneralAttribute& attribute, unsigned int id) {
     unsigned short platform = 0;
@@ -45,16 +35,15 @@ TEST_F(AttributeComparisonTest, CompareAndIsEqualDifferOnPurpose) {
         {"a flag", [](Mark& mark) { mark.SetFlags(0x0042); }, {3}, false},
         {"the client-created flag", [](Mark& mark) { mark.SetClientCreated(true); }, {3}, true},
         {"time", [](Mark& mark) { mark.SetModificationTime(6); }, {4}, false},
-        {"other data", [](Mark& mark) { SetData(mark, 1, "yyy"); }, {5}, false},
-        {"more data", [](Mark& mark) { SetData(mark, 2, "x"); }, {5}, false},
-        {"equal data in a block of their own", [](Mark& mark) { SetData(mark, 1, "xxx"); }, {}, false},
+        {"other data", [](Mark& mark) { SetData(mark, 1, 1, "yyy"); }, {5}, false},
+        {"more data", [](Mark& mark) { SetData(mark, 2, 2, "x"); }, {5}, false},
+        {"equal data in a block of their own", [](Mark& mark) { SetData(mark, 1, 1, "xxx"); }, {}, false},
         {"no data", [](Mark& mark) { mark.Destruct(); }, {5}, false},
         {"the passing mark", [](Mark& mark) { mark.MarkDisabled(true); }, {}, true},
     };
     for (const auto& c : cases) {
-        Mark mark(u"Wall", 3);
-        mark.SetFlags(0x0002);
-        SetData(mark, 1, "xxx");
+        Mark mark(u"Wall", 3, 0, 2);
+        SetData(mark, 1, 1, "xxx");
         const std::unique_ptr<Mark> other(mark.Clone());
         c.change(*other);
         EXPECT_EQ(FieldsOf(mark.Compare(Reading(other.get()))), c.differing) << c.what;
@@ -77,11 +66,10 @@ TEST_F(AttributeComparisonTest, NullIsLikeNothing) {
 TEST_F(AttributeComparisonTest, CopyKeepsTheOwnDataWhenTheSourceHasNone) {
     const Attribute wall = Add(u"Wall", 3);
     Mark& mark = static_cast<Mark&>(*wall);
-    SetData(mark, 1, "own");
+    SetData(mark, 1, 1, "own");
     Recorder recorder;
     mark.Attach(recorder);
-    Mark source(u"Roof", 8);
-    source.SetFlags(5);
+    Mark source(u"Roof", 8, 0, 5);
     source.SetModificationTime(6);
     mark.Copy(Reading(&source));
     EXPECT_EQ(FieldsOf(mark.Compare(Reading(&source))), Fields{5});
@@ -90,23 +78,23 @@ TEST_F(AttributeComparisonTest, CopyKeepsTheOwnDataWhenTheSourceHasNone) {
     EXPECT_EQ(marks->GetAttribute(8U), wall);
     EXPECT_FALSE(marks->GetAttribute(u"wall"));
 
-    SetData(source, 2, "theirs");
+    SetData(source, 2, 2, "theirs");
     mark.Copy(Reading(&source));
     EXPECT_TRUE(mark.HasSameMemoData(Reading(&source)));
     EXPECT_EQ(GetData(mark, 1), "none");
-    SetData(mark, 2, "changed");
+    SetData(mark, 2, 2, "changed");
     EXPECT_EQ(GetData(source, 2), "theirs") << "a shared block is copied by whoever changes it";
     EXPECT_EQ(recorder.Take(), (Texts{"data 2/2", "changed 5"})) << "copying is silent";
 }
 
 TEST_F(AttributeComparisonTest, AssigningTakesTheDataAndASnapshot) {
     Mark mark(u"Wall", 3), source(u"Roof", 8);
-    SetData(mark, 1, "own");
+    SetData(mark, 1, 1, "own");
     mark = source;
     EXPECT_FALSE(mark.HasMemoData()) << "unlike Copy";
     EXPECT_TRUE(mark.Compare(Reading(&source)).IsEmpty());
     EXPECT_TRUE(ADB::GeneralAttributeTestAccess::HasSnapshot(mark));
-    SetData(mark, 1, "new");
+    SetData(mark, 1, 1, "new");
     Mark& self = mark;
     mark = self;
     EXPECT_EQ(GetData(mark, 1), "new");
@@ -116,11 +104,10 @@ TEST_F(AttributeComparisonTest, AssigningTakesTheDataAndASnapshot) {
 TEST_F(AttributeComparisonTest, SynchronizeTakesTheFieldsOfTheMaskAndAnyData) {
     for (int bits = 0; bits < 32; ++bits) {
         const Attribute wall = Add(u"Wall", 3);
-        SetData(*wall, 1, "own");
+        SetData(*wall, 1, 1, "own");
         Recorder recorder;
         wall->Attach(recorder);
-        Mark source(u"Roof", 8);
-        source.SetFlags(5);
+        Mark source(u"Roof", 8, 0, 5);
         source.SetModificationTime(6);
         FieldMaskT<GeneralAttribute> mask;
         for (int field = 1; field <= 5; ++field)
@@ -137,7 +124,7 @@ TEST_F(AttributeComparisonTest, SynchronizeTakesTheFieldsOfTheMaskAndAnyData) {
         EXPECT_EQ(marks->GetAttribute(static_cast<unsigned int>(wall->GetIndex())), wall);
         EXPECT_EQ(recorder.Take(), mask.Test(1) ? Texts{"was Wall"} : Texts());
 
-        SetData(source, 2, "theirs");
+        SetData(source, 2, 2, "theirs");
         wall->Synchronize(Reading(&source), FieldMask());
         EXPECT_TRUE(wall->HasSameMemoData(Reading(&source))) << "whatever the mask says";
         EXPECT_EQ(recorder.Take(), Texts());

@@ -1,17 +1,13 @@
 #include <AttributeManager/AttributeContainer.hpp>
 
-#include <gtest/gtest.h>
-
 #include <functional>
 
-#include "ContainerFixture.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 #include "support/ForEachFailure.hpp"
 
 namespace {
 
-using namespace ContainerTests;
-using ADB::GeneralAttribute;
-using Reading = ODB::ConstRef<ADB::GeneralAttribute>;
+using namespace ADBTest;
 
 constexpr char16_t LongName[] = u"A name that does not fit into the object itself";
 
@@ -88,7 +84,7 @@ TEST_F(AttributeFailureTest, SettersAnswerMemoryFullWithNothingChanged) {
     Add(u"Roof", 4);
     ADB::GeneralAttributeObserver silent;
     wall->Attach(silent);
-    const Kest::UniString newName(LongName);
+    const UniString newName(LongName);
     GeneralAttribute& attribute = *wall.GetLogicalConst();
     Try([&] { return attribute.SetName(newName); }, ADB::Error::MemoryFull, [&] { attribute.SetName(u"Wall"); });
     Try([&] { return attribute.SetIndex(32000); }, ADB::Error::MemoryFull, [&] { attribute.SetIndex(3); });
@@ -172,10 +168,10 @@ TEST_F(AttributeFailureTest, SynchronizeThrowsWithNothingChanged) {
 TEST_F(AttributeFailureTest, GeneratedNamesSurviveForgetting) {
     for (int count = 0; count < 5; ++count)
         Add(LongName);
-    const Kest::UniString base(LongName);
+    const UniString base(LongName);
     Try(
         [&] {
-            const Kest::UniString name = marks.GetConst()->GenerateUniqueName(base, nullptr);
+            const UniString name = marks.GetConst()->GenerateUniqueName(base, nullptr);
             const AllocationsSucceed succeed;
             EXPECT_EQ(name, base + u" (5)");
             return 0;

@@ -1,28 +1,19 @@
 #include <AttributeManager/GeneralAttributeObserver.hpp>
 #include <AttributeManager/NotifyDisableGuard.hpp>
 
-#include <gtest/gtest.h>
-
 #include <memory>
 
-#include "ContainerFixture.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 
 namespace {
 
-using namespace ContainerTests;
-using ADB::GeneralAttribute;
-using Guard = ADB::GeneralAttribute::NotifyDisableGuard;
+using namespace ADBTest;
+using Guard = GeneralAttribute::NotifyDisableGuard;
 
 class AttributeNotificationTest : public ContainerFixture {
 protected:
     AttributeNotificationTest() : mark(static_cast<Mark*>(Add(u"Wall", 3).Get())) { mark->Attach(recorder); }
 
-    int SetData(unsigned int id1, unsigned int id2, const std::string& bytes) {
-        char** data = BMPtrToHandle(bytes.data(), static_cast<std::int64_t>(bytes.size()));
-        const int status = mark->SetUserData(id1, id2, 0x5757, 1, 0, data);
-        BMKillHandle(&data);
-        return status;
-    }
     Texts Announce(std::initializer_list<int> fields) {
         FieldMaskT<GeneralAttribute> mask;
         for (const int field : fields)
@@ -45,7 +36,7 @@ TEST_F(AttributeNotificationTest, EachSetterAnnouncesItsField) {
         {[&] { mark->SetFlags(6); }, {"flags 6", "changed 3"}},
         {[&] { mark->SetModificationTime(-5); }, {"time -5", "changed 4"}},
         {[&] { mark->UpdateModificationTime(); }, {"time 777000000", "changed 4"}},
-        {[&] { SetData(7, 8, "x"); }, {"data 7/8", "changed 5"}},
+        {[&] { SetData(*mark, 7, 8, "x"); }, {"data 7/8", "changed 5"}},
         {[&] { mark->DeleteUserData(7, 8); }, {}},
     };
     for (const auto& c : cases) {
@@ -74,7 +65,7 @@ TEST_F(AttributeNotificationTest, AGuardLosesAllButTheOldName) {
         EXPECT_TRUE(Guard::IsDisabledNotify());
         mark->SetName(u"Roof");
         mark->SetIndex(9);
-        SetData(1, 2, "x");
+        SetData(*mark, 1, 2, "x");
     }
     EXPECT_FALSE(Guard::IsDisabledNotify());
     EXPECT_EQ(recorder.Take(), Texts{"was Wall"});
@@ -84,23 +75,20 @@ TEST_F(AttributeNotificationTest, AGuardLosesAllButTheOldName) {
 }
 
 TEST_F(AttributeNotificationTest, UserDataAreComparedRecordByRecord) {
-    SetData(1, 1, "one");
-    SetData(2, 2, "two");
-    SetData(3, 3, "");
+    SetData(*mark, 1, 1, "one");
+    SetData(*mark, 2, 2, "two");
+    SetData(*mark, 3, 3, "");
     recorder.Take();
-    SetData(2, 2, "two");
+    SetData(*mark, 2, 2, "two");
     EXPECT_EQ(recorder.Take(), Texts{"changed 5"}) << "equal data are announced, but no record changed";
-    SetData(2, 2, "longer");
+    SetData(*mark, 2, 2, "longer");
     EXPECT_EQ(recorder.Take(), (Texts{"data 2/2", "changed 5"}));
     EXPECT_EQ(Announce({5}), (Texts{"data 1/1", "data 2/2", "data 3/3", "changed 5"}))
         << "without a snapshot every record is told";
 
     Mark other;
-    other.SetFlags(7);
-    char** data = BMPtrToHandle("3", 1);
-    other.SetUserData(3, 3, 0x5757, 1, 0, data);
-    other.SetUserData(4, 4, 0x5757, 1, 0, data);
-    BMKillHandle(&data);
+    SetData(other, 3, 3, "3");
+    SetData(other, 4, 4, "3");
     *mark = other;
     EXPECT_TRUE(ADB::GeneralAttributeTestAccess::HasSnapshot(*mark));
     EXPECT_EQ(Announce({5}), (Texts{"data 1/1", "data 2/2", "data 3/3", "data 4/4", "changed 5"}))
@@ -109,11 +97,11 @@ TEST_F(AttributeNotificationTest, UserDataAreComparedRecordByRecord) {
 }
 
 TEST_F(AttributeNotificationTest, ADeletedRecordIsToldByTheNextAnnouncementOfASnapshot) {
-    SetData(6, 7, "x");
+    SetData(*mark, 6, 7, "x");
     recorder.Take();
     {
         const Guard guard(true);
-        SetData(6, 7, "y");   // the snapshot stays
+        SetData(*mark, 6, 7, "y");   // the snapshot stays
     }
     mark->DeleteUserData(6, 7);
     EXPECT_EQ(recorder.Take(), Texts());
@@ -125,8 +113,8 @@ TEST_F(AttributeNotificationTest, AnyAnnouncementFreesTheSnapshot) {
     for (const bool isObserved : {true, false}) {
         {
             const Guard guard(true);
-            SetData(1, 1, isObserved ? "a" : "b");
-            SetData(2, 1, isObserved ? "a" : "b");
+            SetData(*mark, 1, 1, isObserved ? "a" : "b");
+            SetData(*mark, 2, 1, isObserved ? "a" : "b");
         }
         EXPECT_TRUE(ADB::GeneralAttributeTestAccess::HasSnapshot(*mark));
         if (!isObserved) {
@@ -140,7 +128,7 @@ TEST_F(AttributeNotificationTest, AnyAnnouncementFreesTheSnapshot) {
 }
 
 TEST_F(AttributeNotificationTest, UserDataSetDuringTheirAnnouncementAreToldOnTheirOwn) {
-    SetData(1, 1, "old");
+    SetData(*mark, 1, 1, "old");
     recorder.Take();
     Recorder first("first ");
     first.heard = recorder.heard;
@@ -148,9 +136,9 @@ TEST_F(AttributeNotificationTest, UserDataSetDuringTheirAnnouncementAreToldOnThe
     bool again = true;
     first.act = [&](const std::string& event) {
         if (event == "data 1/1" && std::exchange(again, false))
-            SetData(2, 2, "more");
+            SetData(*mark, 2, 2, "more");
     };
-    SetData(1, 1, "new");
+    SetData(*mark, 1, 1, "new");
     EXPECT_EQ(recorder.Take(), (Texts{"first data 1/1", "first data 2/2", "first changed 5", "data 2/2", "changed 5",
                                       "first changed 5", "data 1/1", "data 2/2", "changed 5"}));
 }
@@ -186,26 +174,11 @@ TEST_F(AttributeNotificationTest, NobodyIsToldOfADeletedAttribute) {
             if (heard == event)
                 ODB::Database::DeleteObject(doomed);
         };
-        char** data = BMPtrToHandle("x", 1);
-        if (std::string_view(event) == "data 1/1") {
-            EXPECT_EQ(target->SetUserData(1, 1, 0, 0, 0, data), 0);
-        } else {
-            EXPECT_EQ(target->SetIndex(8), 0);
-        }
-        BMKillHandle(&data);
+        EXPECT_EQ(std::string_view(event) == "data 1/1" ? SetData(*target, 1, 1, "x") : target->SetIndex(8), 0);
         EXPECT_FALSE(doomed) << event;
         EXPECT_EQ(earlier.Take(), Texts{"destroyed"}) << event;
         EXPECT_EQ(killer.Take().back(), "destroyed") << event;
     }
-}
-
-TEST_F(AttributeNotificationTest, ADyingObserverIsForgotten) {
-    {
-        Recorder shortLived;
-        mark->Attach(shortLived);
-    }
-    mark->SetFlags(9);
-    EXPECT_EQ(recorder.Take(), (Texts{"flags 9", "changed 3"}));
 }
 
 }   // namespace

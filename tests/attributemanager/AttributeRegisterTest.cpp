@@ -106,13 +106,4 @@ TEST_F(AttributeRegisterTest, AWantOfMemoryRegistersNothing) {
     EXPECT_GT(count.failures, 3U);
 }
 
-TEST(AttributeRegisterLifetime, DisposeClearsThePointerAndIgnoresNull) {
-    ADB::IAttributeRegister* kinds = CreateAttributeRegister();
-    ASSERT_NE(kinds, nullptr);
-    DisposeAttributeRegister(&kinds);
-    EXPECT_EQ(kinds, nullptr);
-    DisposeAttributeRegister(&kinds);
-    DisposeAttributeRegister(nullptr);
-}
-
 }   // namespace

@@ -5,43 +5,35 @@
 
 #include <ODB/Database.hpp>
 
-#include "attributemanager/AttributeTestKinds.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 #include "support/ForEachFailure.hpp"
 
 namespace {
 
-using ADBTest::LogCatcher;
-using ADBTest::Strings;
+using namespace ADBTest;
 using Set = ODB::Ref<ADB::AttributeSet>;
 
-const std::string KilledByFree = "ZalAttributes: FreeAttributeSet: attempt to kill currentAttributeSet";
-const std::string KilledByDispose = "ZalAttributes: DisposeAttributeSet: attempt to kill currentAttributeSet";
+const std::string KilledByFree = "FreeAttributeSet: attempt to kill currentAttributeSet";
+const std::string KilledByDispose = "DisposeAttributeSet: attempt to kill currentAttributeSet";
 
-class AttributeSetRegistryTest : public ADBTest::AttributeTest {
-protected:
-    LogCatcher log;
-};
+class AttributeSetRegistryTest : public SetFixture {};
 
 TEST_F(AttributeSetRegistryTest, StartsWithOneCurrentSetWithAContainerPerType) {
-    EXPECT_EQ(GetCurrentAttributeSet(), set);
     EXPECT_EQ(GetCurrentConstAttributeSet(), set);
     EXPECT_EQ(GetCurrentAttributeSetIndex(), 1);
     EXPECT_EQ(GetAttributeRegister(), kinds);
     EXPECT_EQ(GetCurrentAttributeSetProvider()->GetAttributeSet(5), set);
     EXPECT_EQ(set.GetIdSpace(), &space);
-
-    const auto containers = set.GetConst()->GetAttributeContainerConstList();
+    const auto containers = Look().GetAttributeContainerConstList();
     ASSERT_EQ(containers.GetSize(), 2U);
-    const auto& layers = containers[0];
-    EXPECT_EQ(layers, set.GetConst()->GetConstAttributeContainer(layerType));
-    EXPECT_EQ(layers->GetRefId(), ADBTest::TestLayer::RefId);
-    EXPECT_EQ(layers->GetTypeName(), u"Layers");
-    EXPECT_EQ(layers->GetCreatePermissionID(), LumCB::PermissionID{ADBTest::TestLayer::RefId});
-    EXPECT_EQ(layers->GetDeleteModifyPermissionID(), LumCB::PermissionID{ADBTest::TestLayer::RefId + 1});
-    EXPECT_EQ(layers.GetId(), ODB::Id(LayersGuid()));
-    EXPECT_EQ(layers.GetIdSpace(), &space);
-    EXPECT_EQ(containers[1].GetId(), ODB::Id(CompositesGuid()));
-    EXPECT_EQ(layers->GetConstAttributeSet(), set);
+    const auto& first = containers[0];
+    EXPECT_EQ(first, Marks());
+    EXPECT_EQ(first->GetRefId(), Mark::RefId);
+    EXPECT_EQ(first->GetTypeName(), u"Marks");
+    EXPECT_EQ(first->GetCreatePermissionID(), LumCB::PermissionID{Mark::RefId});
+    EXPECT_EQ(first->GetDeleteModifyPermissionID(), LumCB::PermissionID{Mark::RefId + 1});
+    EXPECT_EQ(first.GetId(), ODB::Id(MarksGuid));
+    EXPECT_EQ(containers[1].GetId(), ODB::Id(StampsGuid));
 }
 
 TEST_F(AttributeSetRegistryTest, AnEndLeavesNothing) {
@@ -60,7 +52,7 @@ TEST_F(AttributeSetRegistryTest, ASecondStartForgetsTheSetsWithoutDeletingThem) 
     EXPECT_TRUE(set && again);
     EXPECT_FALSE(IsValidAttributeSet(set));
     EXPECT_EQ(GetCurrentAttributeSetIndex(), 1);
-    EXPECT_NE(again.GetConst()->GetConstAttributeContainer(layerType).GetId(), ODB::Id(LayersGuid())) << "taken";
+    EXPECT_NE(again.GetConst()->GetConstAttributeContainer(markType).GetId(), ODB::Id(MarksGuid)) << "taken";
 }
 
 TEST_F(AttributeSetRegistryTest, IdsWantedAreTakenWhenFree) {
@@ -72,16 +64,7 @@ TEST_F(AttributeSetRegistryTest, IdsWantedAreTakenWhenFree) {
     EXPECT_FALSE(second.GetId().IsNull());
     ODB::IdSpace empty;
     const Set third = CreateAttributeSet(&empty, guid, false);
-    EXPECT_NE(third.GetConst()->GetConstAttributeContainer(layerType).GetId(), ODB::Id(LayersGuid()));
-}
-
-TEST_F(AttributeSetRegistryTest, NewSetsGetTheSmallestFreeIndex) {
-    EXPECT_EQ(NewAttributeSet(&space), 2);
-    EXPECT_EQ(NewAttributeSet(&space), 3);
-    EXPECT_EQ(FreeAttributeSet(2), 0);
-    EXPECT_EQ(NewAttributeSet(&space), 2);
-    EXPECT_EQ(NewAttributeSet(&space), 4);
-    EXPECT_EQ(GetCurrentAttributeSet(), set);
+    EXPECT_NE(third.GetConst()->GetConstAttributeContainer(markType).GetId(), ODB::Id(MarksGuid));
 }
 
 TEST_F(AttributeSetRegistryTest, SelectingAFreeIndexMakesASetThatIsListedTwice) {
@@ -107,7 +90,7 @@ TEST_F(AttributeSetRegistryTest, SelectingAFreeIndexMakesASetThatIsListedTwice) 
 TEST_F(AttributeSetRegistryTest, AnEntryWithoutASetHoldsNone) {
     SelectAttributeSet(7);
     EXPECT_EQ(FreeAttributeSet(7), 0);   // the other entry, 2, stays behind
-    EXPECT_EQ(log.lines, (Strings{KilledByFree}));
+    EXPECT_EQ(log, (Texts{KilledByFree}));
     EXPECT_EQ(GetCurrentAttributeSet(), set) << "the first living one";
     EXPECT_EQ(SelectAttributeSet(2), ADB::Error::EmptySet);
     EXPECT_EQ(FreeAttributeSet(2), ADB::Error::EmptySet);
@@ -122,19 +105,19 @@ TEST_F(AttributeSetRegistryTest, KillingTheCurrentSetIsLoggedAndAnotherChosen) {
     const short second = NewAttributeSet(&space);
     const short third = NewAttributeSet(&space);
     EXPECT_EQ(FreeAttributeSet(second), 0);
-    EXPECT_TRUE(log.lines.empty()) << "the current set lives";
+    EXPECT_TRUE(log.empty()) << "the current set lives";
     EXPECT_EQ(FreeAttributeSet(1), 0);
     EXPECT_FALSE(set);
     EXPECT_EQ(GetCurrentAttributeSetIndex(), third);
     DisposeAttributeSet(GetCurrentAttributeSet());
     EXPECT_EQ(GetCurrentAttributeSet(), Set());
     EXPECT_EQ(GetCurrentAttributeSetIndex(), 0);
-    EXPECT_EQ(log.lines, (Strings{KilledByFree, KilledByDispose}));
+    EXPECT_EQ(log, (Texts{KilledByFree, KilledByDispose}));
     EXPECT_EQ(FreeAttributeSet(third), ADB::Error::NoSuchSet);
     DisposeAttributeSet(ODB::NullRef);
-    EXPECT_EQ(log.lines.size(), 2U);
+    EXPECT_EQ(log.size(), 2U);
     FreeAttributeSet(NewAttributeSet(&space));
-    EXPECT_EQ(log.lines.size(), 3U) << "none was current before either";
+    EXPECT_EQ(log.size(), 3U) << "none was current before either";
 }
 
 TEST_F(AttributeSetRegistryTest, ListingAndUnlisting) {
@@ -184,9 +167,9 @@ TEST_F(AttributeSetRegistryTest, ASwitchRestoresTheSetBefore) {
 
 TEST_F(AttributeSetRegistryTest, ACloneEqualsItsSourceAndHasItsOwnActiveAttributes) {
     Add(u"Wall", 7, 3);
-    Add(u"Roof", 2, 4, ADB::GeneralAttribute::FromPax);
-    set->SetActiveAttribute(layerType, Add(u"Beam", 9));
-    set.GetConst()->SetPercentFill(ADB::AttributeSet::PercentFill50, 12);
+    Add(u"Roof", 2, 4, GeneralAttribute::FromPax);
+    set->SetActiveAttribute(markType, Add(u"Beam", 9));
+    Look().SetPercentFill(ADB::AttributeSet::PercentFill50, 12);
     ODB::IdSpace elsewhere;
     ODB::IdSpace* const targets[] = {nullptr, &space, &elsewhere};
     for (ODB::IdSpace* const target : targets) {
@@ -197,34 +180,33 @@ TEST_F(AttributeSetRegistryTest, ACloneEqualsItsSourceAndHasItsOwnActiveAttribut
         EXPECT_EQ(clone.GetId() == set.GetId(), aside);
         EXPECT_TRUE(IsValidAttributeSet(clone));
         EXPECT_EQ(GetCurrentAttributeSet(), set);
-        EXPECT_EQ(ListLayers(clone, layerType), (Strings{"7 Wall", "2 Roof", "9 Beam"}));
+        EXPECT_EQ(ListMarks(clone), (Texts{"7 Wall", "2 Roof", "9 Beam"}));
         EXPECT_EQ(clone.GetConst()->GetPercentFill(ADB::AttributeSet::PercentFill50), 12);
-        const auto active = clone.GetConst()->GetConstActiveAttribute(layerType);
-        EXPECT_EQ(active, clone.GetConst()->GetConstAttribute(layerType, 9));
-        EXPECT_NE(active, set.GetConst()->GetConstActiveAttribute(layerType));
-        set.GetConst()->EnumerateConstAttributes([&](const ODB::ConstRef<ADB::GeneralAttribute>& attribute) {
-            const auto copied = clone.GetConst()->GetConstAttribute(layerType, attribute->GetIndex());
+        const auto active = clone.GetConst()->GetConstActiveAttribute(markType);
+        EXPECT_EQ(active, clone.GetConst()->GetConstAttribute(markType, 9));
+        EXPECT_NE(active, Look().GetConstActiveAttribute(markType));
+        Look().EnumerateConstAttributes([&](const Reading& attribute) {
+            const auto copied = clone.GetConst()->GetConstAttribute(markType, attribute->GetIndex());
             EXPECT_TRUE(copied && attribute->Compare(copied).IsEmpty());
         });
         EXPECT_TRUE(clone.GetConst()->CheckInvariants());
     }
-    EXPECT_TRUE(set.GetConst()->CheckInvariants() && space.CheckInvariants() && elsewhere.CheckInvariants());
+    EXPECT_TRUE(Look().CheckInvariants() && space.CheckInvariants() && elsewhere.CheckInvariants());
 
-    ADBTest::EventLog heard;
-    ADBTest::RecordingSetObserver observer(heard);
+    SetRecorder heard;
     const Set aside = CloneAttributeSet(set, &elsewhere);
     EXPECT_EQ(NewAttributeSet(&space), 5) << "the clone that is there already is listed once";
-    aside->Attach(observer);
-    aside.GetConst()->GetAttribute(layerType, short{7})->SetName(u"Slab");
-    EXPECT_EQ(heard.Take(), (Strings{"changed 1 Slab: 1"}));
+    aside->Attach(heard);
+    aside.GetConst()->GetAttribute(markType, short{7})->SetName(u"Slab");
+    EXPECT_EQ(heard.Take(), (Texts{"changed 1 Slab: 1"}));
     FreeAttributeSetContainer();   // before the other space dies
 }
 
 TEST_F(AttributeSetRegistryTest, ACloneThatCannotBeMadeLeavesTheTargetAsItWas) {
     const auto layer = Add(u"Wall");
     ODB::IdSpace elsewhere;
-    ADBTest::TestLayer stranger;
-    ODB::Ref<ADB::GeneralAttribute>(&stranger).Init(layer.GetId(), &elsewhere);
+    Mark stranger;
+    Attribute(&stranger).Init(layer.GetId(), &elsewhere);
     EXPECT_FALSE(CloneAttributeSet(set, &elsewhere)) << "an id is taken";
     EXPECT_FALSE(CloneAttributeSet(ODB::NullRef, &elsewhere));
     EXPECT_EQ(elsewhere.GetObjectCount(), 1U);
@@ -233,7 +215,7 @@ TEST_F(AttributeSetRegistryTest, ACloneThatCannotBeMadeLeavesTheTargetAsItWas) {
 
 TEST_F(AttributeSetRegistryTest, AWantOfMemoryLeavesEverythingAsItWas) {
     Add(u"Wall");
-    set->SetActiveAttribute(layerType, Add(u"A roof with a name of some length"));
+    set->SetActiveAttribute(markType, Add(u"A roof with a name of some length"));
     const std::size_t before = space.GetObjectCount();
     ODB::IdSpace elsewhere;
     ODB::IdSpace* const targets[] = {nullptr, &elsewhere};
@@ -242,7 +224,7 @@ TEST_F(AttributeSetRegistryTest, AWantOfMemoryLeavesEverythingAsItWas) {
         const auto check = [&](bool failed) {
             EXPECT_TRUE(clone || failed);
             EXPECT_TRUE(clone || space.GetObjectCount() + elsewhere.GetObjectCount() == before);
-            EXPECT_TRUE(set.GetConst()->CheckInvariants());
+            EXPECT_TRUE(Look().CheckInvariants());
             EXPECT_TRUE(!clone || clone.GetConst()->CheckInvariants());
             DisposeAttributeSet(clone);
             clone = ODB::NullRef;
@@ -262,26 +244,17 @@ TEST_F(AttributeSetRegistryTest, AWantOfMemoryLeavesEverythingAsItWas) {
                    });
 }
 
-/// Does something when a set that it observes is destroyed.
-class AtTheEnd : public ADB::AttributeSetObserver {
-public:
-    explicit AtTheEnd(std::function<void()> action) : act(std::move(action)) {}
-    void SourceDestroyed(Kest::EventSource*) override { act(); }
-
-private:
-    std::function<void()> act;
-};
-
 TEST_F(AttributeSetRegistryTest, ADyingSetMayTakeOthersAlong) {
     const Set second = CreateAttributeSet(&space, Kest::Guid(), false);
     const Set third = CreateAttributeSet(&space, Kest::Guid(), false);
-    AtTheEnd killer([&] { DisposeAttributeSet(third); });
+    SetRecorder killer, restarter;
+    killer.act = [&](const std::string&) { DisposeAttributeSet(third); };
     second->Attach(killer);
     EXPECT_EQ(FreeAttributeSet(2), 0);
     EXPECT_FALSE(second || third);
     EXPECT_EQ(GetCurrentAttributeSet(), set);
 
-    AtTheEnd restarter([&] { NewAttributeSet(&space); });
+    restarter.act = [&](const std::string&) { NewAttributeSet(&space); };
     set->Attach(restarter);
     FreeAttributeSetContainer();
     EXPECT_EQ(space.GetObjectCount(), 0U) << "also what was made on the way";

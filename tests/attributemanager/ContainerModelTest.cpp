@@ -3,8 +3,6 @@
 #include <Kest/HashSet.hpp>
 #include <Kest/UniqueName.hpp>
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <list>
 #include <map>
@@ -12,20 +10,17 @@
 #include <set>
 #include <vector>
 
-#include "ContainerFixture.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 
 namespace {
 
-using namespace ContainerTests;
-using ADB::GeneralAttribute;
-using Kest::UniString;
-using Reading = ODB::ConstRef<ADB::GeneralAttribute>;
+using namespace ADBTest;
 
 // The rules of a container, written down plainly: every question walks over all attributes.
 class Model {
 public:
     struct Item {
-        ODB::Ref<GeneralAttribute> attribute;
+        Attribute attribute;
         UniString name;
         short index;
         short flags = 0;
@@ -116,45 +111,13 @@ class ContainerModelTest : public ContainerFixture {
 protected:
     // Does one random thing to both.
     void Step() {
-        switch (Draw(15)) {
-        case 0:
-        case 1:
-        case 2:
-            AddOne();
-            break;
-        case 3:
-            AddOneWithId();
-            break;
-        case 4:
-        case 5:
-            PutOne();
-            break;
-        case 6:
-        case 7:
-            Rename();
-            break;
-        case 8:
-            Renumber();
-            break;
-        case 9:
-            DeleteOne();
-            break;
-        case 10:
-            Synchronize();
-            break;
-        case 11:
-            ClearOne();
-            break;
-        case 12:
-            Touch();
-            break;
-        case 13:
-            Check();
-            break;
-        default:
-            Activate();
-            break;
-        }
+        using Action = void (ContainerModelTest::*)();
+        using Self = ContainerModelTest;
+        static constexpr Action Actions[] = {&Self::AddOne,   &Self::AddOne,    &Self::AddOne,      &Self::AddOneWithId,
+                                             &Self::PutOne,   &Self::PutOne,    &Self::Rename,      &Self::Rename,
+                                             &Self::Renumber, &Self::DeleteOne, &Self::Synchronize, &Self::ClearOne,
+                                             &Self::Touch,    &Self::Check,     &Self::Activate};
+        (this->*Actions[Draw(std::size(Actions))])();
         if (Draw(200) == 0)
             Reset();
     }
@@ -164,7 +127,7 @@ protected:
         const ADB::AttributeContainer& container = *marks.GetConst();
         ASSERT_TRUE(container.CheckInvariants());
         ASSERT_EQ(container.GetAttributeNumber(), model.items.size());
-        for (const short index : Indexes)
+        for (const short index : IndexPool)
             ASSERT_EQ(container.GetAttribute(static_cast<unsigned int>(index)), HolderOf(model.indexHolders, index));
         for (const UniString& name : NamePool)
             ASSERT_EQ(container.GetAttribute(name), HolderOf(model.nameHolders, Model::KeyOf(name))) << name;
@@ -177,7 +140,7 @@ protected:
     }
 
     void CompareWalks() {
-        std::vector<short> linked, sorted;
+        Indexes linked, sorted;
         std::vector<std::string> names;
         for (const Model::Item& item : model.items) {
             linked.push_back(item.index);
@@ -218,7 +181,7 @@ private:
             keys.push_back(Model::KeyOf(name));
         return keys;
     }
-    short DrawIndex() { return Indexes[Draw(Indexes.size())]; }
+    short DrawIndex() { return IndexPool[Draw(IndexPool.size())]; }
     UniString DrawName() { return NamePool[Draw(NamePool.size())]; }
     Model::Place DrawItem() {
         return std::next(model.items.begin(), static_cast<std::ptrdiff_t>(Draw(model.items.size())));
@@ -289,6 +252,27 @@ private:
             item.flags = 0;
         });
     }
+    // A change of a key: refused, and logged, when any other item bears the new one.
+    template <class Bears, class Show>
+    void ChangeKey(Model::Item& item, bool isSame, int status, int clashCode, const std::string& refusal, Bears&& bears,
+                   Show&& show, const std::function<void()>& change) {
+        if (isSame) {
+            ASSERT_EQ(status, 0);
+            return;
+        }
+        model.Drain(&item);
+        std::string clashes;
+        for (const Model::Item& other : model.items)
+            if (&other != &item && bears(other))
+                clashes += " " + show(other);
+        ASSERT_EQ(status, clashes.empty() ? 0 : clashCode);
+        if (clashes.empty())
+            Apply(item, change);
+        else
+            model.log.push_back("ADB::GeneralAttribute::" + refusal.substr(0, refusal.find('|')) + clashes +
+                                refusal.substr(refusal.find('|') + 1) + " of \"" + item.name.ToCStr() +
+                                "\" cannot be changed (current index is " + std::to_string(item.index) + ")");
+    }
     void Rename() {
         if (model.items.empty())
             return;
@@ -296,23 +280,12 @@ private:
         const UniString name = DrawName();
         model.Write(item);
         const int status = item.attribute->SetName(name);
-        if (name == item.name) {
-            ASSERT_EQ(status, 0);
-            return;
-        }
-        model.Drain(&item);
-        std::string clashes;
-        for (const Model::Item& other : model.items)
-            if (&other != &item && Model::KeyOf(other.name) == Model::KeyOf(name))
-                clashes += " " + std::to_string(other.index);
-        ASSERT_EQ(status, clashes.empty() ? 0 : ADB::Error::RenameClash);
-        if (clashes.empty()) {
-            Apply(item, [&] { item.name = name; });
-            return;
-        }
-        model.log.push_back("ADB::GeneralAttribute::SetName - Test::Mark attribute name \"" + name.ToCStr() +
-                            "\" is already used by index" + clashes + ", name of \"" + item.name.ToCStr() +
-                            "\" cannot be changed (current index is " + std::to_string(item.index) + ")");
+        ChangeKey(
+            item, name == item.name, status, ADB::Error::RenameClash,
+            std::string("SetName - Test::Mark attribute name \"") + name.ToCStr() +
+                "\" is already used by index|, name",
+            [&](const Model::Item& other) { return Model::KeyOf(other.name) == Model::KeyOf(name); },
+            [](const Model::Item& other) { return std::to_string(other.index); }, [&] { item.name = name; });
     }
     void Renumber() {
         if (model.items.empty())
@@ -321,23 +294,12 @@ private:
         const short index = DrawIndex();
         model.Write(item);
         const int status = item.attribute->SetIndex(index);
-        if (index == item.index) {
-            ASSERT_EQ(status, 0);
-            return;
-        }
-        model.Drain(&item);
-        std::string clashes;
-        for (const Model::Item& other : model.items)
-            if (&other != &item && other.index == index)
-                clashes += " \"" + other.name.ToCStr() + "\"";
-        ASSERT_EQ(status, clashes.empty() ? 0 : ADB::Error::ReindexClash);
-        if (clashes.empty()) {
-            Apply(item, [&] { item.index = index; });
-            return;
-        }
-        model.log.push_back("ADB::GeneralAttribute::SetIndex - Test::Mark attribute index " + std::to_string(index) +
-                            " is already used by" + clashes + ", index of \"" + item.name.ToCStr() +
-                            "\" cannot be changed (current index is " + std::to_string(item.index) + ")");
+        ChangeKey(
+            item, index == item.index, status, ADB::Error::ReindexClash,
+            "SetIndex - Test::Mark attribute index " + std::to_string(index) + " is already used by|, index",
+            [&](const Model::Item& other) { return other.index == index; },
+            [](const Model::Item& other) { return std::string("\"") + other.name.ToCStr() + "\""; },
+            [&] { item.index = index; });
     }
     void DeleteOne() {
         const short index = DrawIndex();
@@ -415,19 +377,19 @@ private:
         ASSERT_EQ(space.GetObjectCount(), 1U);
     }
 
-    const std::vector<UniString> NamePool{u"Wall",
-                                          u"WALL",
-                                          u"wall (1)",
-                                          u"Wall (3)",
-                                          u"Roof",
-                                          u"roof (1)",
-                                          u"\u00C4st",
-                                          u"\u00E4st",
-                                          u"",
-                                          u" \t",
-                                          u"Generated Attribute Name (1)",
-                                          u"Wall (999999999)"};
-    const std::vector<short> Indexes{-32768, -1, 0, 1, 2, 3, 4, 5, 63, 64, 256, 32765, 32766, 32767};
+    const Names NamePool{u"Wall",
+                         u"WALL",
+                         u"wall (1)",
+                         u"Wall (3)",
+                         u"Roof",
+                         u"roof (1)",
+                         u"\u00C4st",
+                         u"\u00E4st",
+                         u"",
+                         u" \t",
+                         u"Generated Attribute Name (1)",
+                         u"Wall (999999999)"};
+    const Indexes IndexPool{-32768, -1, 0, 1, 2, 3, 4, 5, 63, 64, 256, 32765, 32766, 32767};
 
     std::mt19937 random;
     Model model;

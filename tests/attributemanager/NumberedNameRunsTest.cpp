@@ -45,23 +45,6 @@ TEST_F(NumberedNameRunsTest, WhatIsKnownToBeTakenIsNotTriedAgain) {
     EXPECT_EQ(FindFree(u"Wall (120)"), u"Wall (301)");
 }
 
-TEST_F(NumberedNameRunsTest, BehindTheGreatestNumberTheWholeBaseIsTheStem) {
-    const struct {
-        const char16_t *base, *expected;
-    } cases[] = {
-        {u"Wall (999999998)", u"Wall (999999999)"},
-        {u"Wall (999999999)", u"Wall (999999999) (1)"},
-        {u"Wall (1000000000)", u"Wall (1000000000) (1)"},
-        {u"Wall (0)", u"Wall (0) (1)"},
-        {u"Wall(1)", u"Wall(1) (1)"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(FindFree(c.base), c.expected) << UniString(c.base);
-    Take(u"Wall (999999999)");
-    Take(u"Wall (999999998) (1)");
-    EXPECT_EQ(FindFree(u"Wall (999999998)"), u"Wall (999999998) (2)");
-}
-
 TEST_F(NumberedNameRunsTest, RandomUseAgreesWithTryingEachName) {
     std::mt19937 random(35);
     for (int step = 0; step < 5000; ++step) {

@@ -1,16 +1,13 @@
 #include <AttributeManager/SortFunctions.hpp>
 
-#include <Kest/MemoryHandle.hpp>
-
-#include "attributemanager/AttributeTestKinds.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 #include "support/ForEachFailure.hpp"
 
 namespace {
 
-using ADBTest::TestLayer;
-using Indexes = std::vector<short>;
+using namespace ADBTest;
 
-class SortFunctionsTest : public ADBTest::AttributeTest {
+class SortFunctionsTest : public SetFixture {
 protected:
     SortFunctionsTest() : rules(CreateSortRuleTable()) { InitAttributeManager(rules); }
     ~SortFunctionsTest() override {
@@ -20,25 +17,24 @@ protected:
     }
 
     /// Stores layers of these names under 1, 2, ...; equal ones too, which the operations of a set would not allow.
-    void AddAll(const std::vector<Kest::UniString>& names) {
-        for (const Kest::UniString& name : names) {
-            const ODB::Ref<ADB::GeneralAttribute> added = Add(u"free");
-            TestLayer wanted(name);
-            wanted.SetIndex(added.GetConst()->GetIndex());
+    void AddAll(const Names& names) {
+        for (const UniString& name : names) {
+            const Attribute added = Add(u"free");
+            const Mark wanted(name, added.GetConst()->GetIndex());
             FieldMask changed;
-            ASSERT_EQ(Layers()->PutAttribute(&wanted, static_cast<unsigned int>(wanted.GetIndex()), &changed), 0);
+            ASSERT_EQ(Marks()->PutAttribute(Reading(&wanted), static_cast<unsigned int>(wanted.GetIndex()), &changed),
+                      0);
         }
     }
 
     Indexes Listed() const { return Indexes(*list, *list + count); }
 
-    Indexes Sorted(ADB::AttributeSortFunction sort, const std::vector<Kest::UniString>& names) {
-        const ADBTest::LogCatcher quiet;   // equal names are clashes
-        set->DeleteAttributeType(layerType);
+    Indexes Sorted(ADB::AttributeSortFunction sort, const Names& names) {
+        set->DeleteAttributeType(markType);
         AddAll(names);
         BMKillHandle(&list);
-        EXPECT_EQ(NoFilter(set, layerType, &list, nullptr, &count), 0);
-        EXPECT_EQ(sort(set, layerType, list, count), 0);
+        EXPECT_EQ(NoFilter(set, markType, &list, nullptr, &count), 0);
+        EXPECT_EQ(sort(set, markType, list, count), 0);
         return Listed();
     }
 
@@ -48,25 +44,20 @@ protected:
 };
 
 TEST_F(SortFunctionsTest, NoFilterListsTheIndexesThatExist) {
-    Add(u"a", 1);
-    Add(u"b", 2);
-    Add(u"c", 5);
-    ASSERT_EQ(NoFilter(set, layerType, &list, nullptr, &count), 0);
-    EXPECT_EQ(Listed(), (Indexes{1, 2, 5}));
-    EXPECT_EQ(BMGetHandleSize(list), 8);
-
-    BMKillHandle(&list);
-    ASSERT_EQ(NoFilter(set, layerType, &list, nullptr, nullptr), 0);
-    EXPECT_EQ(BMGetHandleSize(list), 12) << "without a count the handle keeps room for 1 to 5";
-}
-
-TEST_F(SortFunctionsTest, AnEmptyOrUnknownTypeGivesAnEmptyList) {
-    for (const short typeId : {layerType, short{0}, short{99}}) {
+    for (const short typeId : {markType, short{0}, short{99}}) {
         ASSERT_EQ(NoFilter(set, typeId, &list, nullptr, &count), 0);
         EXPECT_EQ(count, 0);
         EXPECT_EQ(BMGetHandleSize(list), 2);
         BMKillHandle(&list);
     }
+    for (const short index : {short{1}, short{2}, short{5}})
+        Add(u"a", index);
+    ASSERT_EQ(NoFilter(set, markType, &list, nullptr, &count), 0);
+    EXPECT_EQ(Listed(), (Indexes{1, 2, 5}));
+    EXPECT_EQ(BMGetHandleSize(list), 8);
+    BMKillHandle(&list);
+    ASSERT_EQ(NoFilter(set, markType, &list, nullptr, nullptr), 0);
+    EXPECT_EQ(BMGetHandleSize(list), 12) << "without a count the handle keeps room for 1 to 5";
 }
 
 TEST_F(SortFunctionsTest, FiltersByTheExactTextBehindTheFirstDot) {
@@ -78,7 +69,7 @@ TEST_F(SortFunctionsTest, FiltersByTheExactTextBehindTheFirstDot) {
     for (const auto& c : cases) {
         char extension[8];
         std::snprintf(extension, sizeof extension, "%s", c.extension);
-        ASSERT_EQ(FilterByThisExtension(set, layerType, &list, extension, &count), 0);
+        ASSERT_EQ(FilterByThisExtension(set, markType, &list, extension, &count), 0);
         EXPECT_EQ(Listed(), c.expected) << c.extension;
         BMKillHandle(&list);
     }
@@ -92,7 +83,7 @@ TEST_F(SortFunctionsTest, AWantOfMemoryIsACode) {
         const auto seen = ForEachFailure(
             [&] {
                 status = 1;
-                status = filter(set, layerType, &list, extension, &count);
+                status = filter(set, markType, &list, extension, &count);
             },
             [&](bool failed) {
                 EXPECT_EQ(status, failed ? ADB::Error::MemoryFull : 0);
@@ -106,7 +97,7 @@ TEST_F(SortFunctionsTest, SortsStably) {
     const struct {
         const char* what;
         ADB::AttributeSortFunction sort;
-        std::vector<Kest::UniString> names;
+        Names names;
         Indexes expected;
     } cases[] = {
         {"by extension, then base", AttributeSortByExtension, {u"b.x", u"a", u"c.x.y", u"a.x"}, {2, 4, 1, 3}},
@@ -121,6 +112,10 @@ TEST_F(SortFunctionsTest, SortsStably) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(Sorted(c.sort, c.names), c.expected) << c.what;
+    Indexes inOrder;   // too many for an insertion sort, which is stable anyway
+    for (short index = 1; index <= 40; ++index)
+        inOrder.push_back(index);
+    EXPECT_EQ(Sorted(AttributeSortByName, Names(40, u"a")), inOrder);
 }
 
 // What both sorts amount to: binary insertion, the key to the left of what it comes before, else to the right.
@@ -131,7 +126,7 @@ Indexes InsertByName(const ADB::AttributeSet& set, short typeId, Indexes indexes
         int high = next - 1;
         while (low <= high) {
             const int probe = (low + high) / 2;
-            const Kest::UniString name = set.GetAttributeName(typeId, indexes[static_cast<std::size_t>(probe)]);
+            const UniString name = set.GetAttributeName(typeId, indexes[static_cast<std::size_t>(probe)]);
             if (set.GetAttributeName(typeId, key).Compare(name, Kest::CaseInsensitive) == 0)
                 high = probe - 1;
             else
@@ -158,8 +153,8 @@ TEST_F(SortFunctionsTest, AgreesWithBinaryInsertionAlsoOnRepeatedAndMissingIndex
         std::copy(indexes.begin(), indexes.end(), *list);
         count = static_cast<short>(size);
         const short asked = round % 3 == 0 ? short{32767} : count;   // never beyond the handle
-        ASSERT_EQ(AttributeSortByName(set, layerType, list, asked), 0);
-        EXPECT_EQ(Listed(), InsertByName(*set.GetConst(), layerType, indexes)) << "round " << round;
+        ASSERT_EQ(AttributeSortByName(set, markType, list, asked), 0);
+        EXPECT_EQ(Listed(), InsertByName(*set.GetConst(), markType, indexes)) << "round " << round;
         BMKillHandle(&list);
         random = random * 1664525U + 1013904223U;
     }
@@ -167,18 +162,18 @@ TEST_F(SortFunctionsTest, AgreesWithBinaryInsertionAlsoOnRepeatedAndMissingIndex
 
 TEST_F(SortFunctionsTest, RefusesNullArguments) {
     short** const none = nullptr;
-    EXPECT_EQ(NoFilter(ODB::NullRef, layerType, &list, nullptr, &count), ADB::Error::NullArgument);
-    EXPECT_EQ(NoFilter(set, layerType, nullptr, nullptr, &count), ADB::Error::NullArgument);
-    EXPECT_EQ(FilterByThisExtension(ODB::NullRef, layerType, &list, nullptr, &count), ADB::Error::NullArgument);
+    EXPECT_EQ(NoFilter(ODB::NullRef, markType, &list, nullptr, &count), ADB::Error::NullArgument);
+    EXPECT_EQ(NoFilter(set, markType, nullptr, nullptr, &count), ADB::Error::NullArgument);
+    EXPECT_EQ(FilterByThisExtension(ODB::NullRef, markType, &list, nullptr, &count), ADB::Error::NullArgument);
     EXPECT_EQ(count, -1);
-    ASSERT_EQ(NoFilter(set, layerType, &list, nullptr, &count), 0);
+    ASSERT_EQ(NoFilter(set, markType, &list, nullptr, &count), 0);
     for (const auto sort : {&AttributeSortByName, &AttributeSortByExtension}) {
-        EXPECT_EQ(sort(ODB::NullRef, layerType, list, count), ADB::Error::NullArgument);
-        EXPECT_EQ(sort(set, layerType, none, count), ADB::Error::NullArgument);
-        EXPECT_EQ(sort(set, layerType, list, -5), 0);
+        EXPECT_EQ(sort(ODB::NullRef, markType, list, count), ADB::Error::NullArgument);
+        EXPECT_EQ(sort(set, markType, none, count), ADB::Error::NullArgument);
+        EXPECT_EQ(sort(set, markType, list, -5), 0);
     }
     short* nothing = nullptr;
-    EXPECT_EQ(AttributeSortByName(set, layerType, &nothing, 0), ADB::Error::NullArgument);
+    EXPECT_EQ(AttributeSortByName(set, markType, &nothing, 0), ADB::Error::NullArgument);
 }
 
 int FailingFilter(ODB::ConstRef<ADB::AttributeSet>, short, short***, char*, short*) {
@@ -197,14 +192,14 @@ TEST_F(SortFunctionsTest, ASetRunsTheRuleOfTheTable) {
     AddAll({u"b.x", u"a.y", u"a.x"});
     ASSERT_EQ(rules->SetSortRule(1, &FilterByThisExtension, &AttributeSortByName), 0);
     ASSERT_EQ(rules->SetSortRule(2, &FailingFilter, &NoSort), 0);
-    EXPECT_EQ(set->SortAttributeType(layerType, 1, "x", &count, &list), 0);
+    EXPECT_EQ(set->SortAttributeType(markType, 1, "x", &count, &list), 0);
     EXPECT_EQ(Listed(), (Indexes{3, 1}));
-    EXPECT_EQ(set->SortAttributeType(layerType, 2, "", &count, &list), -42);
-    EXPECT_EQ(set->SortAttributeType(layerType, 1, "", nullptr, &list), ADB::Error::NullArgument);
-    EXPECT_EQ(set->SortAttributeType(layerType, 1, "", &count, nullptr), ADB::Error::NullArgument);
-    EXPECT_EQ(set->SortAttributeType(layerType, 3, "", &count, &list), ADB::Error::NoSortRule);
+    EXPECT_EQ(set->SortAttributeType(markType, 2, "", &count, &list), -42);
+    EXPECT_EQ(set->SortAttributeType(markType, 1, "", nullptr, &list), ADB::Error::NullArgument);
+    EXPECT_EQ(set->SortAttributeType(markType, 1, "", &count, nullptr), ADB::Error::NullArgument);
+    EXPECT_EQ(set->SortAttributeType(markType, 3, "", &count, &list), ADB::Error::NoSortRule);
     InitAttributeManager(nullptr);
-    EXPECT_EQ(set->SortAttributeType(layerType, 1, "", &count, &list), ADB::Error::NoSortRule);
+    EXPECT_EQ(set->SortAttributeType(markType, 1, "", &count, &list), ADB::Error::NoSortRule);
 }
 
 TEST_F(SortFunctionsTest, ASetHandsTheFilterItsExtensionCutToWholeCharacters) {
@@ -215,10 +210,10 @@ TEST_F(SortFunctionsTest, ASetHandsTheFilterItsExtensionCutToWholeCharacters) {
             text += "\xC3\xA4";
         return text;
     }();
-    EXPECT_EQ(set->SortAttributeType(layerType, 1, umlauts.c_str(), &count, &list), 0);
+    EXPECT_EQ(set->SortAttributeType(markType, 1, umlauts.c_str(), &count, &list), 0);
     EXPECT_EQ(extensionSeen, umlauts.substr(0, 255));
     BMKillHandle(&list);
-    EXPECT_EQ(set->SortAttributeType(layerType, 1, nullptr, &count, &list), 0);
+    EXPECT_EQ(set->SortAttributeType(markType, 1, nullptr, &count, &list), 0);
     EXPECT_EQ(extensionSeen, "");
 }
 

@@ -1,19 +1,16 @@
 #include <AttributeManager/GeneralAttribute.hpp>
 #include <AttributeManager/UserDataConverter.hpp>
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <memory>
 
-#include "ContainerFixture.hpp"
+#include "attributemanager/AttributeFixture.hpp"
 
 namespace {
 
-using namespace ContainerTests;
-using ADB::GeneralAttribute;
+using namespace ADBTest;
 using Access = ADB::GeneralAttributeTestAccess;
-using Converter = ADB::GeneralAttribute::UserDataConverter;
+using Converter = GeneralAttribute::UserDataConverter;
 using Owners = Kest::Array<ZalUtil::Owner>;
 
 // One record as it was stored or found.
@@ -30,11 +27,8 @@ struct Record {
 };
 
 int Set(GeneralAttribute& attribute, ZalUtil::Owner owner, const Record& record) {
-    char** data = BMPtrToHandle(record.data.data(), static_cast<std::int64_t>(record.data.size()));
-    const int status = attribute.SetUserData(owner.id1, owner.id2, static_cast<unsigned short>(record.platform),
-                                             static_cast<short>(record.version), record.flags, data);
-    BMKillHandle(&data);
-    return status;
+    return SetData(attribute, owner.id1, owner.id2, record.data, static_cast<unsigned short>(record.platform),
+                   static_cast<short>(record.version), record.flags);
 }
 
 Record Get(const GeneralAttribute& attribute, ZalUtil::Owner owner) {
@@ -101,7 +95,7 @@ TEST_F(UserDataTest, DeletingIsSilentAndEmptiesAtTheEnd) {
     EXPECT_EQ(wall->DeleteUserData(3, 4), 0);
     EXPECT_FALSE(wall->HasMemoData());
     const Mark empty;
-    EXPECT_TRUE(wall->HasSameMemoData(ODB::ConstRef<GeneralAttribute>(&empty))) << "all empty tables are the same";
+    EXPECT_TRUE(wall->HasSameMemoData(Reading(&empty))) << "all empty tables are the same";
     EXPECT_EQ(recorder.Take(), Texts());
     EXPECT_EQ(Get(*copy, {1, 2}).data, "one") << "copies keep the shared block";
 }
@@ -135,8 +129,8 @@ public:
         : Converter(ownerOfData.id1, ownerOfData.id2, type),
           letter(ownLetter) {}
 
-    bool ConvertUserData(ODB::ConstRef<GeneralAttribute> attribute, unsigned short& platform, short& version,
-                         unsigned int& flags, char**& data) override {
+    bool ConvertUserData(Reading attribute, unsigned short& platform, short& version, unsigned int& flags,
+                         char**& data) override {
         EXPECT_EQ(attribute->GetName(), u"Wall");
         platform = 7;
         version = 8;
@@ -159,8 +153,8 @@ TEST_F(UserDataTest, ConvertersRewriteACopyOfTheTable) {
     Set(*wall, {2, 2}, {1, 2, 3, "b"});
     Set(*wall, {3, 3}, {1, 2, 3, "c"});
     Set(*wall, {4, 4}, {1, 2, 3, "d"});
-    const AppendingConverter first({1, 1}, 0, 'X'), foreign({2, 2}, MarkRefId + 1, 'X'), refusing({3, 3}, 0, '!'),
-        removing({4, 4}, MarkRefId, '-');
+    const AppendingConverter first({1, 1}, 0, 'X'), foreign({2, 2}, Mark::RefId + 1, 'X'), refusing({3, 3}, 0, '!'),
+        removing({4, 4}, Mark::RefId, '-');
     EXPECT_TRUE(first.IsHandlingAttributeType(5));
     EXPECT_FALSE(removing.IsHandlingAttributeType(5));
 
