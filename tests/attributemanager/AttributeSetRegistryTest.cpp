@@ -260,6 +260,20 @@ TEST_F(AttributeSetRegistryTest, ADyingSetMayTakeOthersAlong) {
     EXPECT_EQ(space.GetObjectCount(), 0U) << "also what was made on the way";
 }
 
+TEST_F(AttributeSetRegistryTest, ADyingSetGivesItsIndexToOneMadeMeanwhile) {
+    const Set second = CreateAttributeSet(&space, Kest::Guid(), false);
+    SetRecorder relister;
+    short given = 0;
+    relister.act = [&](const std::string&) {
+        EXPECT_EQ(DeregisterAttributeSet(second), 0);
+        given = NewAttributeSet(&space);
+    };
+    second->Attach(relister);
+    EXPECT_EQ(FreeAttributeSet(2), 0);
+    EXPECT_EQ(given, 2);
+    EXPECT_EQ(SelectAttributeSet(2), 0) << "the newcomer stays listed";
+}
+
 TEST_F(AttributeSetRegistryTest, AnIdSpaceTakesItsSetsAlong) {
     auto passing = std::make_unique<ODB::IdSpace>();
     const short index = NewAttributeSet(passing.get());

@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/ForEachFailure.hpp"
+
 namespace {
 
 using Kest::HashTable;
@@ -140,6 +142,21 @@ TEST(HashTableTest, CopiesAreIndependentAndValuesMayComeFromTheTableItself) {
     EXPECT_TRUE(copy.Delete(u"wall"));
     EXPECT_EQ(copy.GetEntry(0).key, u"99");
     EXPECT_EQ(*table.Find(u"99"), *table.Find(u"wall"));
+}
+
+TEST(HashTableTest, AddingWithoutMemoryLeavesTheTableAsItWas) {
+    HashTable<int, int> table;
+    const auto addSome = [&table] {
+        table = HashTable<int, int>();
+        for (int n = 0; n < 100; ++n)
+            table.Add(n, n);
+    };
+    const auto count = ForEachFailure(addSome, [&table](bool) {
+        const int size = static_cast<int>(table.GetSize());
+        for (int n = 0; n <= size; ++n)
+            ASSERT_EQ(table.Contains(n), n < size) << n << " of " << size;
+    });
+    EXPECT_GT(count.failures, 0U);
 }
 
 TEST(HashTableTest, PlainKeysInSteadyStridesStaySpread) {
