@@ -152,11 +152,11 @@ int AttributeContainer::PutAttribute(ODB::ConstRef<GeneralAttribute> source, uns
 }
 
 int AttributeContainer::DeleteAttribute(unsigned int index) {
-    const ODB::Ref<GeneralAttribute> attribute = GetAttribute(index);
-    if (!attribute)
+    ODB::ObjectInfo* const record = FindRecord(index);
+    if (record == nullptr || !record->IsAlive())
         return Error::NotLoadable;
-    attribute.GetLogicalConst()->Detach(*this);
-    ODB::Database::DeleteObject(ODB::Borrowed<ODB::Ref<ODB::Object>>(*attribute.GetInfo()));
+    static_cast<GeneralAttribute*>(record->GetObject())->Detach(*this);
+    ODB::Database::DeleteObject(ODB::Borrowed<ODB::Ref<ODB::Object>>(*record));
     return Error::None;
 }
 
