@@ -99,8 +99,7 @@ void AttributeIndex::ObjectCreated(const ODB::Ref<ODB::Object>& object) {
 
     LogIfOther(&LogCreatedIndexClash, record, tables->FindByIndex(attribute.GetIndex()));
     tables->indexes.Add(attribute.GetIndex(), record);
-    LogIfOther(&LogCreatedNameClash, record, tables->names.Find(attribute.GetName(), hash));
-    tables->names.Add(hash, record);
+    LogIfOther(&LogCreatedNameClash, record, tables->names.Add(hash, record));
     tables->NoteMoved(record);
 }
 

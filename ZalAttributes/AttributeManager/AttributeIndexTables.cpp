@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <iterator>
+#include <utility>
 
 #include <Kest/CaseMapping.hpp>
 
@@ -160,17 +161,17 @@ void NameKeys::Reserve(std::size_t count) {
     slots.swap(larger.slots);
 }
 
-void NameKeys::Add(std::uint32_t hash, ODB::ObjectInfo& record) noexcept {
+ODB::ObjectInfo* NameKeys::Add(std::uint32_t hash, ODB::ObjectInfo& record) noexcept {
     const std::size_t slot = FindSlot(AttributeOf(record).GetName(), hash);
     if (slot == None) {
         Insert(hash, AttributeOf(record));
-        return;
+        return nullptr;
     }
     if (std::uint32_t* const count = shadowed.Find(hash))
         ++*count;
     else
         shadowed.Add(hash, 1);
-    slots[slot].holder = &AttributeOf(record);
+    return std::exchange(slots[slot].holder, &AttributeOf(record))->GetInfo();
 }
 
 void NameKeys::Promote(std::uint32_t hash, ODB::ObjectInfo& record) noexcept {

@@ -107,7 +107,8 @@ public:
     void Reserve(std::size_t count);
     std::size_t GetSize() const noexcept { return size; }
     /// Makes \p record, a bearer until now uncounted, the holder of its name; an earlier holder is shadowed.
-    void Add(std::uint32_t hash, ODB::ObjectInfo& record) noexcept;
+    /// \returns the earlier holder, null without one
+    ODB::ObjectInfo* Add(std::uint32_t hash, ODB::ObjectInfo& record) noexcept;
     /// Makes \p record, counted as a shadowed bearer, the holder.
     void Promote(std::uint32_t hash, ODB::ObjectInfo& record) noexcept;
     /// \p record bears its name, whose hash is given, no longer.

@@ -66,8 +66,7 @@ void AttributeKeyChange::MoveKeys() noexcept {
         return;
     tables.NoteMoved(record);
     tables.names.Remove(oldHash, record);
-    LogIfOther(&LogModifiedNameClash, record, tables.names.Find(attribute.GetName(), newHash));
-    tables.names.Add(newHash, record);
+    LogIfOther(&LogModifiedNameClash, record, tables.names.Add(newHash, record));
 }
 
 }   // namespace ADB
