@@ -218,10 +218,13 @@ int AttributeContainer::AttributeIndexExist(unsigned int index) const {
 }
 
 int AttributeContainer::AttributeIndexToName(unsigned int index, Kest::UniString& name) const {
-    const int status = AttributeIndexExist(index);
-    if (status == Error::None)
-        name = AttributeOf(*FindRecord(index)).GetName();
-    return status;
+    const ODB::ObjectInfo* const record = FindRecord(index);
+    if (record == nullptr)
+        return Error::NoSuchIndex;
+    if (!record->IsAlive())
+        return Error::NotLoadable;
+    name = AttributeOf(*record).GetName();
+    return Error::None;
 }
 
 int AttributeContainer::AttributeNameToIndex(const Kest::UniString& name, short* index) const {

@@ -1,9 +1,10 @@
 #include <memory>
 
 #include <AttributeManager/AttributeErrors.hpp>
-#include <AttributeManager/AttributeIterator.hpp>
 #include <AttributeManager/AttributeSet.hpp>
 #include <AttributeManager/AttributeTypeIdIndex.hpp>
+
+#include "AttributeIndexTables.hpp"
 
 namespace ADB {
 namespace {
@@ -105,8 +106,11 @@ ODB::Ref<GeneralAttribute> AttributeSet::GetFirstValidAttribute(short typeId) co
 }
 
 ODB::Ref<GeneralAttribute> AttributeSet::GetFirstValidAttributeByName(short typeId) const {
-    const AttributeContainer::AttributeConstIterator first(GetConstAttributeContainer(typeId), SortByName, Ascending);
-    return first != AttributeEnd() ? ODB::Ref<GeneralAttribute>(*first) : ODB::Ref<GeneralAttribute>();
+    const AttributeContainer* const container = FindContainer(typeId);
+    AttributeIndexTables* const tables = container != nullptr ? container->FindTables() : nullptr;
+    if (tables == nullptr || container->GetAttributeNumber() == 0)
+        return ODB::NullRef;
+    return ODB::Ref<GeneralAttribute>(tables->GetSortedByName(*container->GetInfo()).front());
 }
 
 GeneralAttribute* AttributeSet::Clone(short typeId, short index) const {
