@@ -8,18 +8,26 @@ namespace Kest {
 
 ClassInfo::ClassInfo(const char* className, const Guid& classId, ClassVersion currentVersion,
                      const ClassInfo* baseClass, std::initializer_list<const ClassProperty*> classProperties,
-                     ConstructorFunction constructorFunction)
+                     ConstructorFunction constructorFunction, std::initializer_list<OlderVersion> olderVersions)
     : name(className),
       id(classId),
       version(currentVersion),
       base(baseClass),
       properties(classProperties),
-      constructor(constructorFunction) {
+      constructor(constructorFunction),
+      older(olderVersions) {
     ClassManager::Register(*this);
 }
 
 ClassInfo::~ClassInfo() {
     ClassManager::Unregister(*this);
+}
+
+ClassVersion ClassInfo::FindVersionFor(SystemVersion system) const noexcept {
+    for (const OlderVersion& entry : older)
+        if (entry.system == system)
+            return entry.version;
+    return version;
 }
 
 bool ClassInfo::IsCompatibleWith(const ClassInfo& other) const noexcept {

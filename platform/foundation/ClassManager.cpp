@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace Kest {
@@ -19,6 +20,8 @@ Registry& GetRegistry() {
     static Registry* const registry = new Registry;
     return *registry;
 }
+
+ClassInfo::SystemVersion outputVersion = 0;
 
 bool IdLess(const ClassInfo* left, const ClassInfo* right) {
     return left->GetId() < right->GetId();
@@ -39,6 +42,17 @@ const ClassInfo* ClassManager::Find(const Guid& classId) {
 Object* ClassManager::CreateObject(const Guid& classId) {
     const ClassInfo* const info = Find(classId);
     return info != nullptr ? info->CreateObject() : nullptr;
+}
+
+ClassManager::OutputVersionBlock::OutputVersionBlock(ClassInfo::SystemVersion version) noexcept
+    : previous(std::exchange(outputVersion, version)) {}
+
+ClassManager::OutputVersionBlock::~OutputVersionBlock() {
+    outputVersion = previous;
+}
+
+ClassInfo::SystemVersion ClassManager::GetOutputVersion() noexcept {
+    return outputVersion;
 }
 
 void ClassManager::Register(const ClassInfo& info) {

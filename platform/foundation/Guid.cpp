@@ -58,13 +58,6 @@ Guid::Guid(const char* text) noexcept {
         Parse(text, *this);
 }
 
-Guid::Guid(const Bytes& bytes) noexcept {
-    for (std::size_t at = 0; at < 8; ++at) {
-        high = high << 8 | bytes[at];
-        low = low << 8 | bytes[at + 8];
-    }
-}
-
 bool Guid::Parse(std::string_view text, Guid& guid) noexcept {
     if (text.size() != TextLength || text.front() != '{' || text.back() != '}')
         return false;
@@ -98,16 +91,6 @@ std::string Guid::ToText() const {
         rest.high >>= 4;
     }
     return text;
-}
-
-Guid::Bytes Guid::GetBytes() const noexcept {
-    Bytes bytes;
-    for (std::size_t at = 0; at < 8; ++at) {
-        const auto shift = 56 - 8 * at;
-        bytes[at] = static_cast<std::uint8_t>(high >> shift);
-        bytes[at + 8] = static_cast<std::uint8_t>(low >> shift);
-    }
-    return bytes;
 }
 
 Guid Guid::DrawRandom() {

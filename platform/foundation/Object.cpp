@@ -1,6 +1,8 @@
 #include <Kest/Object.hpp>
 
+#include <Kest/ClassManager.hpp>
 #include <Kest/DebugOutput.hpp>
+#include <Kest/MemoryChannels.hpp>
 
 namespace Kest {
 namespace {
@@ -27,6 +29,29 @@ const ClassInfo* Object::GetClassInfoStatic() {
 
 const ClassInfo* Object::GetClassInfo() const {
     return GetClassInfoStatic();
+}
+
+int Object::Read(IChannel& channel) {
+    return channel.GetStatus();
+}
+
+int Object::Write(OChannel& channel) const {
+    return channel.GetStatus();
+}
+
+int Object::Store(ObjectState& state) const {
+    const ClassManager::OutputVersionBlock current(0);
+    MemoryOChannel channel;
+    if (const int status = Write(channel); status != 0)
+        return status;
+    state.size = channel.GetSize();
+    state.bytes = channel.TakeBytes();
+    return 0;
+}
+
+int Object::Restore(const ObjectState& state) {
+    MemoryIChannel channel(state.bytes.get(), state.size);
+    return Read(channel);
 }
 
 void Object::Print() const {

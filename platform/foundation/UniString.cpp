@@ -1,5 +1,6 @@
 #include <Kest/UniString.hpp>
 
+#include <Kest/ByteOrder.hpp>
 #include <Kest/Utf8.hpp>
 
 #include <algorithm>
@@ -45,6 +46,18 @@ UniString UniString::WithLength(std::size_t length) {
 UniString UniString::FromUtf8(std::string_view text) {
     UniString result = WithLength(Utf16LengthOf(text));
     ConvertUtf8(text, result.GetUnits());
+    return result;
+}
+
+UniString UniString::FromUnits(const char* bytes, std::size_t length, bool swapped) {
+    UniString result = WithLength(length);
+    char16_t* const units = result.GetUnits();
+    if (length > 0)
+        std::memcpy(units, bytes, length * sizeof(char16_t));
+    if (swapped)
+        std::transform(units, units + length, units, [](char16_t unit) {
+            return static_cast<char16_t>(SwapBytes(static_cast<std::uint16_t>(unit)));
+        });
     return result;
 }
 

@@ -18,6 +18,21 @@ public:
     /// has no factory.
     static Object* CreateObject(const Guid& classId);
 
+    /// While it lives, everything is written for a system of the given version; then for the one before.
+    class KEST_API OutputVersionBlock {
+    public:
+        explicit OutputVersionBlock(ClassInfo::SystemVersion version) noexcept;
+        ~OutputVersionBlock();
+        OutputVersionBlock(const OutputVersionBlock&) = delete;
+        OutputVersionBlock& operator=(const OutputVersionBlock&) = delete;
+
+    private:
+        ClassInfo::SystemVersion previous;
+    };
+
+    /// The system version that is written for: that of the innermost OutputVersionBlock, else 0, which is today's.
+    static ClassInfo::SystemVersion GetOutputVersion() noexcept;
+
 private:
     friend class ClassInfo;
     static void Register(const ClassInfo& info);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Kest/ByteOrder.hpp>
 #include <Kest/Export.hpp>
 
 #include <array>
@@ -26,7 +27,7 @@ public:
     explicit Guid(const char* text) noexcept;
 
     /// The id with \p bytes, which are in the order of the text's digits.
-    explicit Guid(const Bytes& bytes) noexcept;
+    explicit Guid(const Bytes& bytes) noexcept : Guid(Load(bytes.data())) {}
 
     /// Reads "{08DE19E5-D6A1-4E65-B87A-550201F72C02}", in either letter case and nothing around it.
     /// \returns whether \p text is an id; when not, \p guid keeps its value.
@@ -46,7 +47,25 @@ public:
     std::string ToText() const;
 
     /// The bytes in the order of the text's digits.
-    Bytes GetBytes() const noexcept;
+    Bytes GetBytes() const noexcept {
+        Bytes bytes;
+        Store(bytes.data());
+        return bytes;
+    }
+
+    /// The id whose 16 bytes, in the order of the text's digits, begin at \p bytes.
+    static Guid Load(const void* bytes) noexcept {
+        constexpr bool swapped = HasOtherByteOrder(PlatformSign::BigEndian);
+        return Guid(LoadNumber<std::uint64_t>(bytes, swapped),
+                    LoadNumber<std::uint64_t>(static_cast<const char*>(bytes) + 8, swapped));
+    }
+
+    /// Puts those 16 bytes at \p bytes.
+    void Store(void* bytes) const noexcept {
+        constexpr bool swapped = HasOtherByteOrder(PlatformSign::BigEndian);
+        StoreNumber(bytes, high, swapped);
+        StoreNumber(static_cast<char*>(bytes) + 8, low, swapped);
+    }
 
     constexpr auto operator<=>(const Guid&) const noexcept = default;
 

@@ -2,8 +2,12 @@
 
 #include <Kest/ClassInfo.hpp>
 #include <Kest/Export.hpp>
+#include <Kest/ObjectState.hpp>
 
 namespace Kest {
+
+class IChannel;
+class OChannel;
 
 /// The root of everything that has a class record.
 class KEST_API Object {
@@ -23,6 +27,21 @@ public:
     /// The record of the object's own class.
     virtual const ClassInfo* GetClassInfo() const;
     static const ClassInfo* GetClassInfoStatic();
+
+    /// Reads the content. Nothing here.
+    /// \returns 0, or a code of the channel (ChannelStatus) or of the class; then the object is as it was, unless its
+    /// class says otherwise
+    virtual int Read(IChannel& channel);
+
+    /// Writes the content. Nothing here. \returns 0, or a code of the channel or of the class
+    virtual int Write(OChannel& channel) const;
+
+    /// Puts the content, as the object writes itself today, into \p state.
+    /// \returns 0, or as Write, with \p state as it was
+    virtual int Store(ObjectState& state) const;
+
+    /// Takes the content from \p state, which Store of an object of the same class filled. \returns as Read
+    virtual int Restore(const ObjectState& state);
 
     /// Writes one line that names the object to the debug output.
     virtual void Print() const;

@@ -47,6 +47,9 @@ public:
         return FormatText(format, arguments);
     }
 
+    /// The text of the \p length units whose bytes begin at \p bytes, in the other byte order when \p swapped.
+    static UniString FromUnits(const char* bytes, std::size_t length, bool swapped);
+
     std::size_t GetLength() const noexcept { return IsLong() ? storage.large.length : storage.small.length; }
     bool IsEmpty() const noexcept { return GetLength() == 0; }
 
