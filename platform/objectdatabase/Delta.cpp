@@ -5,9 +5,6 @@
 
 #include <Kest/HashSet.hpp>
 
-#include <ODB/Database.hpp>
-#include <ODB/IdSpace.hpp>
-
 #include "Links.hpp"
 
 namespace ODB {
@@ -27,64 +24,14 @@ RecordSet MakeRecordSet(const RefList<Object>& objects) {
     return records;
 }
 
-// The objects of a merge that is under way: destroyed again unless the merge is completed.
-class Newcomers {
-public:
-    Newcomers(IdSpace& targetSpace, std::size_t count) : target(targetSpace) { objects.reserve(count); }
-    Newcomers(const Newcomers&) = delete;
-    Newcomers& operator=(const Newcomers&) = delete;
-
-    ~Newcomers() {
-        for (std::size_t place = objects.size(); place > 0; --place)
-            if (objects[place - 1])
-                Database::DeleteObject(objects[place - 1]);
-    }
-
-    int Make(const Delta::NewObject& description) {
-        std::unique_ptr<Kest::Object> made(description.classInfo->CreateObject());
-        auto* const object = dynamic_cast<Object*>(made.get());
-        if (object == nullptr)
-            return WrongCall;
-        Ref<Object> ref(object);
-        made.release();
-        Database::AddObject(ref, false);
-        objects.push_back(ref);
-        return ref.Init(description.id, &target) ? 0 : WrongCall;
-    }
-
-    int Restore(const Delta& delta) {
-        int status = 0;
-        for (std::size_t place = 0; place < objects.size() && status == 0; ++place)
-            status = objects[place]->RestoreIsolatedState(delta.GetNewObjects()[place].state.get());
-        return status;
-    }
-
-    void Keep() { objects.clear(); }
-
-private:
-    IdSpace& target;
-    std::vector<Ref<Object>> objects;
-};
-
-int MergeInto(IdSpace& target, const Delta& delta) {
-    for (const Delta::NewObject& object : delta.GetNewObjects())
-        if (target.Contains(object.id))
-            return WrongCall;
-    for (const Delta::NewLink& link : delta.GetNewLinks())
-        if (!delta.ContainsNewObject(link.right))   // deleting it again would not bring its old link back
-            return WrongCall;
-    const IdSpace::InputScope scope(&target);
-    Newcomers newcomers(target, delta.GetNewObjectCount());
-    for (const Delta::NewObject& object : delta.GetNewObjects())
-        if (const int status = newcomers.Make(object); status != 0)
-            return status;
-    if (const int status = newcomers.Restore(delta); status != 0)
-        return status;
-    for (const Delta::NewLink& link : delta.GetNewLinks())
-        if (link.association->CreateIsolatedLink(target.Find(link.left), target.Find(link.right)) != 0)
-            return WrongCall;
-    newcomers.Keep();
-    return 0;
+// Both ends of every link inside have ids: they are in the delta.
+void AddNewLinks(const LinkList& list, const RecordSet& inside, Delta& delta) {
+    Id behind;
+    for (const ObjectInfo* const right : list.GetAll())
+        if (inside.Contains(right)) {
+            delta.AddNewLink(list.GetAssociation(), list.GetLeft().GetId(), right->GetId(), behind);
+            behind = right->GetId();
+        }
 }
 
 int FillDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta& delta,
@@ -98,13 +45,15 @@ int FillDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjec
         if (const int status = delta.AddNewObject(object); status != 0)
             return status;
     const RecordSet inside = MakeRecordSet(added);
-    for (const Ref<Object>& left : added)
-        if (const LinkTable* const table = LinkTable::Find(*left.GetInfo()))
+    for (const ObjectInfo* const left : inside)   // each once, in the order of `added`
+        if (const LinkTable* const table = LinkTable::Find(*left))
             for (const auto& list : table->lists)
-                for (ObjectInfo* const right : list->GetAll())
-                    if (inside.Contains(right))
-                        delta.AddNewLink(list->GetAssociation(), left, Ref<Object>(right));   // both have ids
+                AddNewLinks(*list, inside, delta);
     return 0;
+}
+
+bool IsLink(const Id& left, const Id& right, const Id& behind) {
+    return !left.IsNull() && !right.IsNull() && behind != right;
 }
 
 }   // namespace
@@ -113,38 +62,103 @@ Delta::Delta(IdSpace* idSpace) : space(idSpace) {}
 
 Delta::Delta(const Kest::UniString& deltaName, IdSpace* idSpace) : name(deltaName), space(idSpace) {}
 
+bool Delta::IsRecordedAs(ObjectChange change, const Id& id) const {
+    const ObjectChange* const recorded = changes.Find(id);
+    return recorded != nullptr && *recorded == change;
+}
+
 int Delta::AddNewObject(const ConstRef<Object>& object) {
+    return AddPresent(ObjectChange::New, object);
+}
+
+int Delta::AddModifiedObject(const ConstRef<Object>& object) {
+    return AddPresent(ObjectChange::Modified, object);
+}
+
+int Delta::AddPresent(ObjectChange change, const ConstRef<Object>& object) {
     if (!object)
         return NullArgument;
     if (object.GetIdSpace() == nullptr)
         return WrongCall;
-    if (places.Contains(object.GetId()))
-        return 0;
+    if (const ObjectChange* const recorded = changes.Find(object.GetId()))
+        return *recorded == change ? 0 : WrongCall;
     std::unique_ptr<Object::IsolatedState> state(object->CreateIsolatedState());
     if (const int status = object->StoreIsolatedState(state.get()); status != 0)
         return status;
-    std::shared_ptr<const Object::IsolatedState> shared(std::move(state));
-    newObjects.push_back({object->GetClassInfo(), object.GetId(), std::move(shared)});
+    Store(change, {object->GetClassInfo(), object.GetId(), std::move(state)});
+    return 0;
+}
+
+void Delta::Store(ObjectChange change, StoredObject object) {
+    std::vector<StoredObject>& objects = StoredObjects(change);
+    objects.push_back(std::move(object));
     try {
-        places.Add(object.GetId(), newObjects.size() - 1);
+        changes.Add(objects.back().id, change);
     } catch (...) {
-        newObjects.pop_back();
+        objects.pop_back();
+        throw;
+    }
+}
+
+int Delta::AddDeletedObject(const Kest::ClassInfo& classInfo, const Id& id) {
+    if (id.IsNull())
+        return WrongCall;
+    if (changes.Contains(id))
+        return IsRecordedAs(ObjectChange::Deleted, id) ? 0 : WrongCall;
+    deletedObjects.push_back({&classInfo, id});
+    try {
+        changes.Add(id, ObjectChange::Deleted);
+    } catch (...) {
+        deletedObjects.pop_back();
         throw;
     }
     return 0;
 }
 
-int Delta::AddNewLink(const Association1NUntyped& association, const RefBase& left, const RefBase& right) {
-    if (left.GetId().IsNull() || right.GetId().IsNull())
+int Delta::AddNewLink(const Association1NUntyped& association, const Id& left, const Id& right, const Id& behind) {
+    if (!IsLink(left, right, behind))
         return WrongCall;
-    newLinks.push_back({&association, left.GetId(), right.GetId()});
+    newLinks.push_back({&association, left, right, behind});
+    return 0;
+}
+
+int Delta::AddModifiedLink(const Association1NUntyped& association, const Id& oldLeft, const Id& left, const Id& right,
+                           const Id& behind) {
+    if (!IsLink(left, right, behind) || oldLeft.IsNull() || oldLeft == left)
+        return WrongCall;
+    modifiedLinks.push_back({&association, oldLeft, left, right, behind});
+    return 0;
+}
+
+int Delta::AddDeletedLink(const Association1NUntyped& association, const Id& left, const Id& right) {
+    if (!IsLink(left, right, NullId))
+        return WrongCall;
+    deletedLinks.push_back({&association, left, right});
+    return 0;
+}
+
+int Delta::AddReorderedLink(const Association1NUntyped& association, const Id& left, const Id& right,
+                            const Id& behind) {
+    if (!IsLink(left, right, behind))
+        return WrongCall;
+    reorderedLinks.push_back({&association, left, right, behind});
     return 0;
 }
 
 void Delta::Clear() noexcept {
     newObjects.clear();
+    modifiedObjects.clear();
+    deletedObjects.clear();
     newLinks.clear();
-    places.Clear();
+    modifiedLinks.clear();
+    deletedLinks.clear();
+    reorderedLinks.clear();
+    changes.Clear();
+}
+
+void Delta::Clear(IdSpace* idSpace) noexcept {
+    Clear();
+    space = idSpace;
 }
 
 int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta* delta, LinkBoundary,
@@ -161,14 +175,6 @@ int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObj
     if (status != 0)
         delta->Clear();
     return status;
-}
-
-int MergeDelta(IdSpace& target, const Delta& delta) {
-    try {
-        return MergeInto(target, delta);
-    } catch (const std::bad_alloc&) {
-        return MemoryFull;
-    }
 }
 
 RefList<Object> DetermineOwnedObjectSet(const RefList<Object>& objects, const ObjectFilter& filter) {

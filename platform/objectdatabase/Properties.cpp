@@ -3,6 +3,7 @@
 namespace ODB {
 
 constinit const Kest::ClassProperty Pinned("ODB::Pinned");
+constinit const Kest::ClassProperty NoDifferenceGeneration("ODB::NoDifferenceGeneration");
 constinit const Kest::ClassProperty ObjectsAreLogicalConstModifiableWithoutModificationScope(
     "ODB::ObjectsAreLogicalConstModifiableWithoutModificationScope");
 

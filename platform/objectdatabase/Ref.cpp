@@ -1,7 +1,12 @@
 #include <ODB/Ref.hpp>
 
+#include <new>
 #include <utility>
 
+#include <Kest/IChannel.hpp>
+#include <Kest/OChannel.hpp>
+
+#include <ODB/IdReadingScope.hpp>
 #include <ODB/IdSpace.hpp>
 #include <ODB/Object.hpp>
 
@@ -59,6 +64,27 @@ bool RefBase::Init(const Id& id, IdSpace* idSpace) {
         return false;
     taken->TakeOver(*info);
     return FollowSuccessor();
+}
+
+int RefBase::ReadRef(Kest::IChannel& channel, IdSpace* idSpace) {
+    Kest::Guid guid;
+    if (const int status = channel.Read(guid); status != 0)
+        return status;
+    try {
+        RefBase found;
+        if (ObjectInfo* const known = IdReadingScope::FindKnown(Id(guid)))
+            found = RefBase(known);
+        else if (!guid.IsNull())
+            found.Init(Id(guid), idSpace != nullptr ? idSpace : GetInputIdSpace());
+        std::swap(info, found.info);
+    } catch (const std::bad_alloc&) {
+        return channel.Fail(Kest::ChannelStatus::MemoryFull);
+    }
+    return channel.GetStatus();
+}
+
+int RefBase::WriteRef(Kest::OChannel& channel) const {
+    return channel.Write(IsAlive() ? GetId().GetGuid() : Kest::Guid());
 }
 
 }   // namespace ODB

@@ -98,7 +98,7 @@ TEST_F(DeltaTest, MergeThatFailsLeavesNothingBehind) {
     Thing::unrestorable = -1;
     ODB::Delta linked(&space);
     linked.AddNewObject(Of(2));
-    linked.AddNewLink(Plain(), Of(9), Of(2));
+    linked.AddNewLink(Plain(), IdOf(9), IdOf(2), ODB::NullId);
     EXPECT_EQ(ODB::MergeDelta(target, linked), -7003) << "the left object is not there";
     EXPECT_EQ(target.GetObjectCount(), 0u);
     EXPECT_EQ(Thing::living, living);
@@ -117,10 +117,91 @@ TEST_F(DeltaTest, MergeDoesNotTakeAnObjectThatIsThereFromItsOwner) {
     Owning().Connect(owner, owned);
     ODB::Delta delta(&space);
     delta.AddNewObject(Of(2));
-    delta.AddNewLink(Owning(), Of(2), owned);
+    delta.AddNewLink(Owning(), IdOf(2), IdOf(21), ODB::NullId);
     EXPECT_EQ(ODB::MergeDelta(target, delta), -7003);
     EXPECT_EQ(RightNumbers(Owning(), owner), std::vector<int>{21});
     EXPECT_EQ(target.GetObjectCount(), 2u);
+}
+
+// Neighbours as {right object, the one it follows}; 0 is none.
+using Neighbours = std::vector<std::pair<int, int>>;
+
+TEST_F(DeltaTest, NewLinksStandBehindTheirNeighbours) {
+    const struct {
+        const char* when;
+        Neighbours links;
+        int expectedStatus;
+        std::vector<int> expected;
+    } cases[] = {
+        {"first", {{30, 0}}, 0, {30, 21, 22}},
+        {"in the middle", {{30, 21}}, 0, {21, 30, 22}},
+        {"a chain, not in its order", {{31, 30}, {32, 31}, {30, 21}}, 0, {21, 30, 31, 32, 22}},
+        {"at several places", {{30, 22}, {31, 0}, {32, 21}}, 0, {31, 21, 32, 22, 30}},
+        {"a neighbour that is not there", {{30, 99}}, -7003, {21, 22}},
+        {"a ring", {{30, 31}, {31, 30}}, -7003, {21, 22}},
+        {"two behind one", {{30, 21}, {31, 21}}, -7003, {21, 22}},
+        {"one twice", {{30, 21}, {30, 22}}, -7003, {21, 22}},
+    };
+    for (const int number : {30, 31, 32})
+        Make(number);
+    for (const auto& c : cases) {
+        ODB::IdSpace target;
+        const ThingRef left = MakeIn(target, 20);
+        for (const int right : {21, 22})
+            Owning().Connect(left, MakeIn(target, right));
+        ODB::Delta delta(&space);
+        for (const auto& [right, behind] : c.links) {
+            delta.AddNewObject(Of(right));
+            delta.AddNewLink(Owning(), IdOf(20), IdOf(right), behind != 0 ? IdOf(behind) : ODB::NullId);
+        }
+        EXPECT_EQ(ODB::MergeDelta(target, delta), c.expectedStatus) << c.when;
+        EXPECT_EQ(RightNumbers(Owning(), left), c.expected) << c.when;
+        EXPECT_TRUE(target.CheckInvariants()) << c.when;
+    }
+}
+
+TEST_F(DeltaTest, EachCollectionIsCountedAndOnlyAdditionsAreMerged) {
+    const Kest::ClassInfo& thing = *Thing::GetClassInfoStatic();
+    using Add = std::function<int(ODB::Delta&)>;
+    const std::pair<Add, std::size_t (ODB::Delta::*)() const> cases[] = {
+        {[&](ODB::Delta& delta) { return delta.AddModifiedObject(Of(2)); }, &ODB::Delta::GetModifiedObjectCount},
+        {[&](ODB::Delta& delta) { return delta.AddDeletedObject(thing, IdOf(2)); }, &ODB::Delta::GetDeletedObjectCount},
+        {[](ODB::Delta& delta) { return delta.AddModifiedLink(Owning(), IdOf(1), IdOf(3), IdOf(2), IdOf(4)); },
+         &ODB::Delta::GetModifiedLinkCount},
+        {[](ODB::Delta& delta) { return delta.AddDeletedLink(Owning(), IdOf(1), IdOf(2)); },
+         &ODB::Delta::GetDeletedLinkCount},
+        {[](ODB::Delta& delta) { return delta.AddReorderedLink(Owning(), IdOf(1), IdOf(2), IdOf(4)); },
+         &ODB::Delta::GetReorderedLinkCount},
+    };
+    ODB::Delta delta(&space);
+    ODB::IdSpace other;
+    for (const auto& [add, count] : cases) {
+        delta.Clear(&other);
+        EXPECT_TRUE(delta.IsEmpty() && delta.GetIdSpace() == &other);
+        EXPECT_EQ(add(delta), 0);
+        EXPECT_EQ((delta.*count)(), 1u);
+        EXPECT_FALSE(delta.IsEmpty());
+        EXPECT_EQ(ODB::MergeDelta(space, delta), -7003);
+    }
+    EXPECT_EQ(RightNumbers(Owning(), root), (std::vector<int>{3, 4, 2}));
+}
+
+TEST_F(DeltaTest, WhatMakesNoSenseIsNotRecorded) {
+    const Kest::ClassInfo& thing = *Thing::GetClassInfoStatic();
+    ODB::Delta delta(&space);
+    ASSERT_EQ(delta.AddNewObject(Of(2)), 0);
+    EXPECT_EQ(delta.AddNewObject(Of(2)), 0);
+    EXPECT_EQ(delta.AddModifiedObject(Of(2)), -7003);
+    EXPECT_EQ(delta.AddDeletedObject(thing, IdOf(2)), -7003);
+    EXPECT_EQ(delta.AddDeletedObject(thing, ODB::NullId), -7003);
+    EXPECT_EQ(delta.AddModifiedObject(ThingRef()), -7001);
+    EXPECT_EQ(delta.AddNewLink(Owning(), IdOf(1), ODB::NullId, IdOf(3)), -7003);
+    EXPECT_EQ(delta.AddReorderedLink(Owning(), IdOf(1), IdOf(2), IdOf(2)), -7003) << "behind itself";
+    EXPECT_EQ(delta.AddModifiedLink(Owning(), IdOf(1), IdOf(1), IdOf(2), IdOf(3)), -7003) << "not moved";
+    EXPECT_EQ(delta.AddDeletedLink(Owning(), ODB::NullId, IdOf(2)), -7003);
+    EXPECT_EQ(delta.GetNewObjectCount(), 1u);
+    delta.Clear();
+    EXPECT_TRUE(delta.IsEmpty() && !delta.ContainsNewObject(IdOf(2)));
 }
 
 TEST_F(DeltaTest, NoMemoryForADeltaOrItsMerge) {

@@ -11,6 +11,9 @@ namespace Lum {
 /// Objects of the class may be made by a client of a shared project.
 extern LUM_API const Kest::ClassProperty ClientCreatableObject;
 
+/// Objects of the class stay with the client of a shared project.
+extern LUM_API const Kest::ClassProperty ClientOnly;
+
 /// Objects of the class hold data that make sense in a shared project only, see ILumSpecificDataContainer.
 extern LUM_API const Kest::ClassProperty HasLumSpecificData;
 

@@ -111,6 +111,25 @@ public:
     int ReorderIsolatedLinks(const Ref<Object>& left, const RefList<Object>& rights) const;
     /// @}
 
+    /// \name Streams
+    /// The links of one object, as identities. Reading makes them as isolated links; linked objects that are not there
+    /// are left out, and other links stay. All or nothing; null and dead references are written as nobody.
+    /// @{
+    /// Writes the identity of the left object of \p right, the null id when there is none.
+    /// \returns the channel's status
+    int WriteLeft(const ConstRef<Object>& right, Kest::OChannel& channel) const;
+    /// Writes how many right objects \p left has, in 32 bits, and their identities in link order.
+    /// \returns the channel's status
+    int WriteRight(const ConstRef<Object>& left, Kest::OChannel& channel) const;
+    /// Reads what WriteLeft wrote and links \p right to that object, away from another one. Identities are those of
+    /// \p idSpace (null: the input space), as RefBase::ReadRef finds them.
+    /// \returns the channel's status, or what CreateIsolatedLink returns
+    int IsolatedReadLeft(const Ref<Object>& right, Kest::IChannel& channel, IdSpace* idSpace) const;
+    /// Reads what WriteRight wrote and links these objects, in that order, behind those of \p left.
+    /// \returns the channel's status, or what CreateIsolatedLinks returns: -7003 also for an object that is linked
+    int IsolatedReadRight(const Ref<Object>& left, Kest::IChannel& channel, IdSpace* idSpace) const;
+    /// @}
+
     /// \name Indexes of the right side
     /// @{
     /// Gives each left object an index of its own, from its first link on. Only for associations with RightIndexBase;

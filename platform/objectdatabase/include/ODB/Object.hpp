@@ -9,11 +9,24 @@
 #include <ODB/Export.hpp>
 #include <ODB/Ref.hpp>
 
+namespace Kest {
+
+class XMLIChannel;
+class XMLOChannel;
+
+}   // namespace Kest
+
 namespace ODB {
 
 class Association1NUntyped;
 
 /// An object of the database.
+///
+/// Three forms of content: the object stream (Write, Read), which older systems may read too; the isolated state, which
+/// travels between states of a document as an object (StoreIsolatedState), as bytes (WriteIsolatedState) or as XML
+/// (WriteIsolatedStateXML); and the XML of documents (WriteXML). Each carries the object's id. Reading never changes
+/// the identity of the object that reads: whoever makes objects from a stream gives them their ids, see IdReadingScope.
+/// Readers tell no observer; reading counts as a change.
 ///
 /// Made with `new`, it belongs to whoever made it until Database::AddObject or an owning association takes it over;
 /// then the database destroys it, when its last owner link goes or when it is deleted. Destroying it in any way cuts
@@ -35,6 +48,16 @@ public:
     const Kest::ClassInfo* GetClassInfo() const override;
     static const Kest::ClassInfo* GetClassInfoStatic();
 
+    /// Reads what Write wrote. \returns 0, or a code of the channel or of the class, with nothing changed unless the
+    /// class says otherwise
+    int Read(Kest::IChannel& channel) override;
+    /// \returns 0, or a code of the channel or of the class
+    int Write(Kest::OChannel& channel) const override;
+
+    /// Writes what an id that follows from the content is made from: the class here; classes add their content.
+    /// \returns 0, or a code of the channel
+    virtual int WriteContentForIdGeneration(Kest::OChannel& channel) const;
+
     /// Events of associations that send them, told to the left object: \p right was linked.
     virtual void ObjectConnected(const Association1NUntyped& association, const ConstRef<Object>& right);
     /// The link to \p right was cut.
@@ -49,6 +72,14 @@ public:
     /// Makes what the object makes on first use. Nothing in the base class.
     virtual void InitializeLazyData();
 
+    /// Reads what WriteIsolatedState wrote. \returns as Read
+    virtual int ReadIsolatedState(Kest::IChannel& channel);
+
+    /// Writes the elements of the content into the open element. \returns 0, or a code of the channel or of the class
+    virtual int WriteXML(Kest::XMLOChannel& channel) const;
+    /// Reads what WriteXML wrote. \returns as Read
+    virtual int ReadXML(Kest::XMLIChannel& channel);
+
     /// A new, empty state of the object's own state class. The caller owns it.
     virtual IsolatedState* CreateIsolatedState() const;
 
@@ -60,6 +91,13 @@ public:
     /// \returns 0, or -7003 for a state of another class, with nothing changed
     virtual int RestoreIsolatedState(const IsolatedState* state);
 
+    /// Writes the isolated state. \returns 0, or a code of the channel or of the class
+    virtual int WriteIsolatedState(Kest::OChannel& channel) const;
+    /// The same as elements of the open element.
+    virtual int WriteIsolatedStateXML(Kest::XMLOChannel& channel) const;
+    /// Reads what WriteIsolatedStateXML wrote. \returns as Read
+    virtual int ReadIsolatedStateXML(Kest::XMLIChannel& channel);
+
     /// Takes the content of \p other, which must be of the same class, through a state. \returns as the two above
     virtual int CopyIsolatedState(const Object& other);
 
@@ -68,6 +106,10 @@ public:
 
     /// Cuts all links of the object, without destroying what they linked.
     virtual int Isolate();
+
+    /// An id that follows from the content: equal for equal content, whenever and wherever it is made.
+    /// \returns the null id when the content cannot be written
+    virtual Id GenerateIdFromContent() const;
 
     /// The record, made when there is none yet; NullObjectInfo for an object that was deleted during an announcement
     /// and only waits for its memory to be freed.
@@ -82,6 +124,11 @@ public:
     }
 
 protected:
+    /// The base part of all binary forms: a frame of \p partClass with the id of the object.
+    int WriteIdentity(Kest::OChannel& channel, const Kest::ClassInfo& partClass) const;
+    /// Reads a base part and tells the innermost IdReadingScope of the id.
+    int ReadIdentity(Kest::IChannel& channel, const Kest::ClassInfo& partClass);
+
     /// Cuts the links, deletes what the object alone owns and kills the references. A class that an index looks into
     /// calls this first in its destructor, while it is still whole.
     void LeaveDatabase() noexcept;

@@ -10,6 +10,9 @@ namespace ODB {
 /// Objects of the class stay in memory while their database lives.
 extern ODB_API const Kest::ClassProperty Pinned;
 
+/// Objects of the class take no part in differences between states of a database.
+extern ODB_API const Kest::ClassProperty NoDifferenceGeneration;
+
 /// Objects of the class may be changed in ways that do not count as changes, outside any modification scope.
 extern ODB_API const Kest::ClassProperty ObjectsAreLogicalConstModifiableWithoutModificationScope;
 

@@ -12,6 +12,13 @@
 #include <ODB/Id.hpp>
 #include <ODB/ObjectInfo.hpp>
 
+namespace Kest {
+
+class IChannel;
+class OChannel;
+
+}   // namespace Kest
+
 namespace ODB {
 
 class Object;
@@ -77,6 +84,14 @@ public:
     /// the default space, a null id a fresh one.
     /// \returns false, with nothing changed, when the object has no id and another object has that identity
     bool Init(const Id& id, IdSpace* idSpace);
+
+    /// Reads an identity and names it: the object that the innermost IdReadingScope knows under that id, else the
+    /// identity in \p idSpace (null: the input space), which may have no object yet; the null id gives the null
+    /// reference. \returns the channel's status; when it is not 0, the reference is as it was
+    int ReadRef(Kest::IChannel& channel, IdSpace* idSpace);
+
+    /// Writes the id of the object; the null id when there is none. \returns the channel's status
+    int WriteRef(Kest::OChannel& channel) const;
 
     friend bool operator==(const RefBase& left, const RefBase& right) noexcept {
         return left.info == right.info || left.GetInfo() == right.GetInfo();

@@ -1,0 +1,7 @@
+#include <ODB/ICustomXMLRoot.hpp>
+
+namespace ODB {
+
+ICustomXMLRoot::~ICustomXMLRoot() = default;
+
+}   // namespace ODB
