@@ -3,8 +3,12 @@
 #include "Failure.hpp"
 #include "ReproducibleClock.hpp"
 #include "commands/Arguments.hpp"
+#include "commands/ConvertCommand.hpp"
+#include "commands/ImportCommand.hpp"
 #include "commands/ListCommand.hpp"
+#include "commands/RoundtripCommand.hpp"
 #include "output/SafeText.hpp"
+#include "output/Terminal.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -17,12 +21,12 @@ namespace Host {
 
 namespace {
 
-const Command* const Commands[] = {&ListCommand};
+const Command* const Commands[] = {&ListCommand, &ImportCommand, &ConvertCommand, &RoundtripCommand};
 
 std::string GetHelp() {
     std::string help = R"(Usage: zalattributes COMMAND ...
 
-Reads, lists and merges the attributes of CAD drawings: layers, line types, fills, dimension standards and others.
+Reads, lists, merges and saves the attributes of CAD drawings: layers, line types, fills, dimension standards and others.
 
 Commands:
 )";
@@ -44,7 +48,8 @@ bool AsksForHelp(std::span<const std::string> arguments) {
     return std::find(arguments.begin(), end, "--help") != end;
 }
 
-ExitCode RunCommand(std::span<const std::string> arguments, std::ostream& out, std::ostream& notes) {
+ExitCode RunCommand(std::span<const std::string> arguments, std::ostream& out, std::ostream& notes,
+                    Progress& progress) {
     if (arguments.empty())
         throw Failure("no command is given" + TryHelp(""));
     const std::string& name = arguments.front();
@@ -60,7 +65,7 @@ ExitCode RunCommand(std::span<const std::string> arguments, std::ostream& out, s
         return Done;
     }
     const ReproducibleClock clock;
-    return (*command)->run(arguments.subspan(1), out, notes);
+    return (*command)->run(arguments.subspan(1), out, notes, progress);
 }
 
 void WriteNotes(const std::string& notes, std::ostream& err) {
@@ -75,7 +80,8 @@ int RunCommandLine(std::span<const std::string> arguments, std::ostream& out, st
     std::string reason;
     try {
         std::ostringstream notes;
-        const ExitCode code = RunCommand(arguments, out, notes);
+        Progress progress(IsTerminal(err) ? &err : nullptr);
+        const ExitCode code = RunCommand(arguments, out, notes, progress);
         if (!out.flush())
             throw Failure("standard output cannot be written: check where it goes and that there is room");
         WriteNotes(notes.str(), err);

@@ -38,7 +38,9 @@ void Session::Close() noexcept {
     DisposeAttributeRegister(&kinds);
 }
 
-ScratchSet::ScratchSet() : set(CreateAttributeSet(nullptr, Kest::Guid(), false)) {
+ScratchSet::ScratchSet(Space space)
+    : ownSpace(space == OwnSpace ? std::make_unique<ODB::IdSpace>() : nullptr),
+      set(CreateAttributeSet(ownSpace.get(), Kest::Guid(), false)) {
     if (!set)
         throw std::bad_alloc();
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <memory>
+
+#include <ODB/IdSpace.hpp>
 #include <ODB/Ref.hpp>
 
 #include <AttributeManager/AttributeSet.hpp>
@@ -32,8 +35,11 @@ private:
 /// An attribute set beside the document, empty at first, that lives as long as this.
 class ScratchSet {
 public:
+    /// Where its objects live: with the document's, or by themselves, where they can have the ids of the document's.
+    enum Space { SharedSpace, OwnSpace };
+
     /// \throws std::bad_alloc
-    ScratchSet();
+    explicit ScratchSet(Space space = SharedSpace);
     ~ScratchSet();
     ScratchSet(const ScratchSet&) = delete;
     ScratchSet& operator=(const ScratchSet&) = delete;
@@ -41,6 +47,7 @@ public:
     const ODB::Ref<ADB::AttributeSet>& GetSet() const noexcept { return set; }
 
 private:
+    std::unique_ptr<ODB::IdSpace> ownSpace;
     ODB::Ref<ADB::AttributeSet> set;
 };
 

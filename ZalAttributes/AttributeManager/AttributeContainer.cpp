@@ -16,6 +16,7 @@
 
 #include "AttributeIndexTables.hpp"
 #include "RegisteredTypeId.hpp"
+#include "StreamVersions.hpp"
 
 namespace ADB {
 namespace {
@@ -25,6 +26,11 @@ const Kest::ClassRegistration<AttributeContainer> registration;
 template <class Reference>
 Reference MakeReference(ODB::ObjectInfo* record) {
     return record != nullptr ? Reference(record) : Reference();
+}
+
+// A state that was read may name any object as the active attribute, also one that arrives later.
+bool IsAttribute(const ODB::ObjectInfo& record) {
+    return record.GetObject()->GetClassInfo()->IsCompatibleWith(*GeneralAttribute::GetClassInfoStatic());
 }
 
 // Tells the observers of the container's set; nobody when it stands alone or its type is not registered.
@@ -89,10 +95,10 @@ AttributeContainer& AttributeContainer::operator=(const AttributeContainer& othe
 
 const Kest::ClassInfo* AttributeContainer::GetClassInfoStatic() {
     static const Kest::ClassInfo info(
-        "ADB::AttributeContainer", Kest::Guid("{4814DB0B-C5A4-4929-A9E0-B54229A3FD1B}"), Kest::ClassVersion(3, 0),
-        Lum::Object::GetClassInfoStatic(),
+        "ADB::AttributeContainer", Kest::Guid("{4814DB0B-C5A4-4929-A9E0-B54229A3FD1B}"),
+        StreamVersions::Today.container, Lum::Object::GetClassInfoStatic(),
         {&Undo::NotUndoable, &ODB::Pinned, &ODB::ObjectsAreLogicalConstModifiableWithoutModificationScope},
-        &AttributeContainer::ConstructorFunction);
+        &AttributeContainer::ConstructorFunction, StreamVersions::Older<&StreamVersions::Row::container>);
     return &info;
 }
 
@@ -102,53 +108,6 @@ Kest::Object* AttributeContainer::ConstructorFunction() {
 
 AttributeContainer* AttributeContainer::Clone() const {
     return new AttributeContainer(*this);
-}
-
-AttributeContainer::IsolatedState* AttributeContainer::CreateIsolatedState() const {
-    return new IsolatedState;
-}
-
-int AttributeContainer::StoreIsolatedState(ODB::Object::IsolatedState* state) const {
-    auto* const own = dynamic_cast<IsolatedState*>(state);
-    if (own == nullptr)
-        return Error::WrongCall;
-    if (const int status = Lum::Object::StoreIsolatedState(state); status != 0)
-        return status;
-    own->createPermission = createPermission;
-    own->deleteModifyPermission = deleteModifyPermission;
-    own->typeName = typeName;
-    own->refId = refId;
-    own->lastUpdatedStamp = lastUpdatedStamp;
-    own->activeAttribute = activeAttribute;
-    return Error::None;
-}
-
-int AttributeContainer::RestoreIsolatedState(const ODB::Object::IsolatedState* state) {
-    const auto* const own = dynamic_cast<const IsolatedState*>(state);
-    if (own == nullptr)
-        return Error::WrongCall;
-    if (const int status = Lum::Object::RestoreIsolatedState(state); status != 0)
-        return status;
-    ODB::Ref<GeneralAttribute> active(own->activeAttribute);
-    if (active.GetIdSpace() != GetIdSpace()) {   // a copy has its own active attribute
-        const ODB::Id id = active ? active.GetId() : ODB::NullId;
-        active = ODB::NullRef;
-        if (!id.IsNull())
-            active.Init(id, GetIdSpace());
-    }
-    Kest::UniString newTypeName(own->typeName);
-    const ODB::ModificationGate gate(*this);
-    createPermission = own->createPermission;
-    deleteModifyPermission = own->deleteModifyPermission;
-    typeName = std::move(newTypeName);
-    refId = own->refId;
-    lastUpdatedStamp = own->lastUpdatedStamp;
-    activeAttribute = active;
-    return Error::None;
-}
-
-std::size_t AttributeContainer::GetIsolatedSize() const {
-    return sizeof(IsolatedState);
 }
 
 const AttributeContainer::AttributeAssociation& AttributeContainer::GetAttributeAssociation() {
@@ -259,10 +218,11 @@ ODB::Ref<GeneralAttribute> AttributeContainer::GetActiveAttribute() const {
 }
 
 ODB::ConstRef<GeneralAttribute> AttributeContainer::GetConstActiveAttribute() const {
-    if (activeAttribute)
+    const bool isStranger = activeAttribute && !IsAttribute(*activeAttribute.GetInfo());
+    if (activeAttribute && !isStranger)
         return activeAttribute;
     const ODB::ConstRef<GeneralAttribute> lowest = GetLowestAttribute();
-    return lowest ? lowest : ODB::ConstRef<GeneralAttribute>(activeAttribute);
+    return lowest || isStranger ? lowest : ODB::ConstRef<GeneralAttribute>(activeAttribute);
 }
 
 ODB::ConstRef<GeneralAttribute> AttributeContainer::GetLowestAttribute() const {

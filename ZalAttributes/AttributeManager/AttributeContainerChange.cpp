@@ -12,17 +12,13 @@
 #include <AttributeManager/AttributeErrors.hpp>
 
 #include "AttributeIndexTables.hpp"
+#include "FreeName.hpp"
 
 namespace ADB {
 namespace {
 
 constexpr int FirstIndex = 1;
 constexpr int LastIndex = 32766;
-
-const Kest::UniString& GetNameForBlank() {
-    static const Kest::UniString name(u"Generated Attribute Name (1)");
-    return name;
-}
 
 // The first index of start, start + 1, ..., then of 1, 2, ..., that is not taken; 0 when all are.
 short FindUntaken(int start, const Kest::HashSet<short>& taken) {
@@ -33,15 +29,6 @@ short FindUntaken(int start, const Kest::HashSet<short>& taken) {
         if (!taken.Contains(static_cast<short>(index)))
             return static_cast<short>(index);
     return 0;
-}
-
-// `base`, or the first numbered name from its counting on that `isTaken` refuses.
-template <class IsTaken>
-Kest::UniString FindFreeName(const Kest::UniString& base, NumberedNameRuns& runs, IsTaken&& isTaken) {
-    const Kest::UniString& wanted = Kest::ContainsNonWhitespace(base) ? base : GetNameForBlank();
-    if (!isTaken(wanted))
-        return wanted;
-    return runs.FindFree(Kest::NumberedName(wanted), [&](const Kest::UniString& name) { return !isTaken(name); });
 }
 
 }   // namespace

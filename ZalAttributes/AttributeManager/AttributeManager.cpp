@@ -1,7 +1,6 @@
 #include <AttributeManager/AttributeManager.hpp>
 
-#include <memory>
-#include <utility>
+#include <cstddef>
 
 #include <Kest/Logger.hpp>
 
@@ -9,6 +8,7 @@
 
 #include <AttributeManager/AttributeErrors.hpp>
 
+#include "AttributeSetBuilding.hpp"
 #include "LogCategory.hpp"
 #include "ProcessState.hpp"
 
@@ -24,34 +24,6 @@ ODB::Ref<AttributeSet> AliveOrNull(const ODB::Ref<AttributeSet>& set) {
     return set ? set : ODB::Ref<AttributeSet>();
 }
 
-void AddContainer(AttributeSet& set, const IAttributeRegister& types, short typeId, bool useRegisteredGuid) {
-    const Kest::Guid guid = useRegisteredGuid ? types.GetContainerGuid(typeId) : Kest::Guid();
-    auto container = std::make_unique<AttributeContainer>(
-        types.GetRefId(typeId), guid, set.GetIdSpace(), types.GetTypeName(typeId), types.GetCreatePermissionID(typeId),
-        types.GetDeleteModifyPermissionID(typeId));
-    if (set.AddAttributeContainer(ODB::Ref<AttributeContainer>(container.get())) == 0)
-        container.release();   // the set's now
-}
-
-// A set with a container per type, not listed yet; null when it cannot be made.
-ODB::Ref<AttributeSet> BuildSet(const ODB::IdSpace* idSpace, const Kest::Guid& guid, bool useRegisteredGuids) {
-    std::unique_ptr<AttributeSet> set;
-    try {
-        set = std::make_unique<AttributeSet>(idSpace, guid);
-    } catch (...) {
-        return ODB::NullRef;
-    }
-    if (const IAttributeRegister* const types = GetProcessState().attributeRegister)
-        for (int typeId = 1; typeId <= types->GetAttributeTypeNumber(); ++typeId)
-            try {
-                AddContainer(*set, *types, static_cast<short>(typeId), useRegisteredGuids);
-            } catch (...) {   // a container that cannot be had is left out
-            }
-    const ODB::Ref<AttributeSet> built(set.release());
-    ODB::Database::AddObject(built, false);
-    return built;
-}
-
 // Makes a set and lists it under the smallest free index, or not at all. Returns the index, 0 for none.
 short BuildListedSet(const ODB::IdSpace* idSpace, const Kest::Guid& guid, bool useRegisteredGuids, std::size_t entries,
                      ODB::Ref<AttributeSet>& set) {
@@ -64,7 +36,7 @@ short BuildListedSet(const ODB::IdSpace* idSpace, const Kest::Guid& guid, bool u
     } catch (...) {
         return 0;
     }
-    set = BuildSet(idSpace, guid, useRegisteredGuids);
+    set = ADB::BuildAttributeSet(idSpace, guid, useRegisteredGuids);
     if (!set)
         return 0;
     sets.Add(index, set);

@@ -10,6 +10,8 @@
 #include <AttributeManager/AttributeErrors.hpp>
 #include <AttributeManager/AttributeTypeIdIndex.hpp>
 
+#include "StreamVersions.hpp"
+
 namespace ADB {
 namespace {
 
@@ -60,8 +62,9 @@ AttributeSet::~AttributeSet() {
 
 const Kest::ClassInfo* AttributeSet::GetClassInfoStatic() {
     static const Kest::ClassInfo info("ADB::AttributeSet", Kest::Guid("{5B62B92D-E916-4136-B00D-526EE21191CE}"),
-                                      Kest::ClassVersion(4, 0), Lum::Object::GetClassInfoStatic(), {&Undo::NotUndoable},
-                                      &AttributeSet::ConstructorFunction);
+                                      StreamVersions::Today.set, Lum::Object::GetClassInfoStatic(),
+                                      {&Undo::NotUndoable}, &AttributeSet::ConstructorFunction,
+                                      StreamVersions::Older<&StreamVersions::Row::set>);
     return &info;
 }
 
@@ -93,8 +96,7 @@ int AttributeSet::RestoreIsolatedState(const ODB::Object::IsolatedState* state) 
         return Error::WrongCall;
     if (const int status = Lum::Object::RestoreIsolatedState(state); status != 0)
         return status;
-    const ODB::ModificationGate gate(*this);
-    fills = own->fills;
+    TakeFills(own->fills);
     return Error::None;
 }
 
@@ -113,6 +115,11 @@ const AttributeSet::ContainerAssociation& AttributeSet::GetContainerAssociation(
         return *made;
     }();
     return association;
+}
+
+void AttributeSet::TakeFills(const Fills& newFills) {
+    const ODB::ModificationGate gate(*this);
+    fills = newFills;
 }
 
 void AttributeSet::SetFill(short Fills::*fill, short index) const {

@@ -1,6 +1,7 @@
 #include <AttributeManager/GeneralAttribute.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -24,6 +25,7 @@
 #include "AttributeIndexTables.hpp"
 #include "AttributeKeyChange.hpp"
 #include "LogCategory.hpp"
+#include "StreamVersions.hpp"
 
 namespace ADB {
 namespace {
@@ -112,10 +114,31 @@ GeneralAttribute::~GeneralAttribute() {
 
 const Kest::ClassInfo* GeneralAttribute::GetClassInfoStatic() {
     static const Kest::ClassInfo info(
-        "ADB::GeneralAttribute", Kest::Guid("{08DE19E5-D6A1-4e65-B87A-550201F72C02}"), Kest::ClassVersion(4, 0),
+        "ADB::GeneralAttribute", Kest::Guid("{08DE19E5-D6A1-4e65-B87A-550201F72C02}"), StreamVersions::Today.attribute,
         Lum::Object::GetClassInfoStatic(),
-        {&Lum::ClientCreatableObject, &Lum::HasLumSpecificData, &Lum::LumClass, &ODB::Pinned});
+        {&Lum::ClientCreatableObject, &Lum::HasLumSpecificData, &Lum::LumClass, &ODB::Pinned}, nullptr,
+        StreamVersions::Older<&StreamVersions::Row::attribute>);
     return &info;
+}
+
+GeneralAttribute::IsolatedState::IsolatedState(const GeneralAttribute& attribute)
+    : name(attribute.name),
+      index(attribute.index),
+      flags(attribute.flags),
+      modificationTime(attribute.modificationTime),
+      memo(attribute.memo) {}
+
+// All content goes in or, for want of memory, none of it.
+void GeneralAttribute::Take(IsolatedState&& content) {
+    const bool isIndexed = AttributeKeyChange::FindIndex(*this) != nullptr;
+    const std::uint32_t hash = isIndexed ? Kest::HashIgnoringCase(content.name) : 0;
+    AttributeKeyChange change(*this, content.name, content.index, hash);
+    name = std::move(content.name);
+    index = content.index;
+    flags = content.flags;
+    modificationTime = content.modificationTime;
+    memo = content.memo;
+    change.Close();
 }
 
 GeneralAttribute::IsolatedState* GeneralAttribute::CreateIsolatedState() const {
@@ -128,11 +151,7 @@ int GeneralAttribute::StoreIsolatedState(ODB::Object::IsolatedState* state) cons
         return Error::WrongCall;
     if (const int status = Lum::Object::StoreIsolatedState(state); status != 0)
         return status;
-    own->name = name;
-    own->index = index;
-    own->flags = flags;
-    own->modificationTime = modificationTime;
-    own->memo = memo;
+    *own = IsolatedState(*this);
     return Error::None;
 }
 
@@ -142,14 +161,7 @@ int GeneralAttribute::RestoreIsolatedState(const ODB::Object::IsolatedState* sta
         return Error::WrongCall;
     if (const int status = Lum::Object::RestoreIsolatedState(state); status != 0)
         return status;
-    Kest::UniString newName(own->name);
-    AttributeKeyChange change(*this, newName, own->index);
-    name = std::move(newName);
-    index = own->index;
-    flags = own->flags;
-    modificationTime = own->modificationTime;
-    memo = own->memo;
-    change.Close();
+    Take(IsolatedState(*own));
     return Error::None;
 }
 

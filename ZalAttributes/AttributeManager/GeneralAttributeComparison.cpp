@@ -54,32 +54,21 @@ bool GeneralAttribute::HasSameMemoData(ODB::ConstRef<GeneralAttribute> other) co
 void GeneralAttribute::Copy(ODB::ConstRef<GeneralAttribute> other) {
     if (!other)
         return;
-    Kest::UniString newName(other->name);
-    AttributeKeyChange change(*this, newName, other->index);
-    name = std::move(newName);
-    index = other->index;
-    flags = other->flags;
-    modificationTime = other->modificationTime;
-    if (other->HasMemoData())
-        memo = other->memo;
-    change.Close();
+    IsolatedState content(*other);
+    if (!other->HasMemoData())
+        content.memo = memo;
+    Take(std::move(content));
 }
 
 GeneralAttribute& GeneralAttribute::operator=(const GeneralAttribute& other) {
     if (this == &other)
         return *this;
-    Kest::UniString newName(other.name);
-    AttributeKeyChange change(*this, newName, other.index);
+    const RegTblData oldMemo(memo);
+    Take(IsolatedState(other));
     Lum::Object::operator=(other);
-    name = std::move(newName);
-    index = other.index;
-    flags = other.flags;
-    modificationTime = other.modificationTime;
     char** snapshot = nullptr;
-    memo.GetRegTbl(&snapshot);   // null when it cannot be had
+    oldMemo.GetRegTbl(&snapshot);   // null when it cannot be had
     TakeSnapshot(snapshot);
-    memo = other.memo;
-    change.Close();
     return *this;
 }
 

@@ -1,7 +1,8 @@
 #include <AttributeManager/RegTblData.hpp>
 
 #include <Kest/ClassManager.hpp>
-#include <Kest/HashSet.hpp>
+
+#include "FirstRecordWalk.hpp"
 
 namespace ADB {
 namespace {
@@ -37,12 +38,9 @@ ZalUtil::MemoCheckResult RegTblData::Check() const {
 
 Kest::Array<ZalUtil::Owner> RegTblData::GetOwners() const {
     Kest::Array<ZalUtil::Owner> owners;
-    Kest::HashSet<ZalUtil::Owner> seen;
-    ZalUtil::MemoRecordWalk walk(GetBytes(), GetSize());
     ZalUtil::MemoRecord record;
-    while (walk.Next(record) && record.offset + ZalUtil::MemoHeaderSize < GetSize())
-        if (seen.Add(record.owner))
-            owners.Push(record.owner);
+    for (FirstRecordWalk walk(*this); walk.Next(record);)
+        owners.Push(record.owner);
     return owners;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "output/Progress.hpp"
+
 #include <ostream>
 #include <span>
 #include <string>
@@ -23,9 +25,9 @@ struct Command {
     std::string (*getHelp)();
 
     /// Does it. \p arguments are those behind the command's name. Results go to \p out; lines for the user, which the
-    /// caller prints when everything else is done, to \p notes.
+    /// caller prints when everything else is done, to \p notes. How far it is goes to \p progress.
     /// \throws Failure when it cannot be done
-    ExitCode (*run)(std::span<const std::string> arguments, std::ostream& out, std::ostream& notes);
+    ExitCode (*run)(std::span<const std::string> arguments, std::ostream& out, std::ostream& notes, Progress& progress);
 };
 
 }   // namespace Host

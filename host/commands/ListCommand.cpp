@@ -130,7 +130,7 @@ void WriteLists(const ODB::ConstRef<ADB::AttributeSet>& set, const ListOptions& 
     writer->Finish();
 }
 
-ExitCode RunList(std::span<const std::string> given, std::ostream& out, std::ostream& notes) {
+ExitCode RunList(std::span<const std::string> given, std::ostream& out, std::ostream& notes, Progress& progress) {
     const Arguments arguments(given, Options, Name);
     const ListOptions options(arguments);
     if (arguments.GetFiles().empty())
@@ -138,8 +138,12 @@ ExitCode RunList(std::span<const std::string> given, std::ostream& out, std::ost
 
     const Session session;
     FileImporter importer(session.GetSet());
-    for (const std::string& file : arguments.GetFiles())
+    progress.Begin(Name, arguments.GetFiles().size());
+    for (const std::string& file : arguments.GetFiles()) {
         importer.Import(file);
+        progress.Step(CountAttributes(session.GetSet()));
+    }
+    progress.Erase();
     WriteLists(session.GetSet(), options, out);
     for (const std::string& note : importer.GetNotes())
         notes << note << '\n';

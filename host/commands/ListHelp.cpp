@@ -14,12 +14,12 @@ constexpr char Beginning[] =
     R"help(Usage: zalattributes list FILE... [--type KIND] [--sort KEY] [--extension TEXT]
                                [--format FORM] [--all]
 
-Reads drawings and libraries into one set of attributes and prints it.
+Reads drawings, libraries and documents into one set of attributes and prints it.
 
-FILE is a drawing in the text form of DXF, a line-type file (.lin) or a hatch-pattern file (.pat), told by its
-extension or, when that says nothing, by how it begins. Of a drawing the tables LAYER, LTYPE and DIMSTYLE are read:
-layers, with their colours as pens of a pen table, line types and dimension standards. The binary form of DXF is not
-read.
+FILE is a drawing in the text form of DXF, a line-type file (.lin), a hatch-pattern file (.pat) or a store of attributes
+(.zas), told by its extension or, when that says nothing, by how it begins; or a folder of documents, with the file
+"Attribute.xml" in it. Of a drawing the tables LAYER, LTYPE and DIMSTYLE are read: layers, with their colours as pens of
+a pen table, line types and dimension standards. The binary form of DXF is not read.
 
 The second and every further file is merged: an attribute that is there already, with the same name in any letter case
 and the same content, is used again; one with other content under a taken name gets a number, "Wall (1)". A line type

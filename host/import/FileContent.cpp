@@ -1,5 +1,7 @@
 #include "FileContent.hpp"
 
+#include "documents/DocumentReader.hpp"
+#include "documents/SetForm.hpp"
 #include "output/SafeText.hpp"
 #include "readers/DxfReader.hpp"
 #include "readers/TextDecoding.hpp"
@@ -49,8 +51,6 @@ std::string ReadFileContent(const std::string& path) {
         throw Failure(shown + ": there is no such file: check its name");
     if (error)
         throw Failure(shown + ": the file cannot be reached (" + error.message() + "): check its name and folder");
-    if (std::filesystem::is_directory(status))
-        throw Failure(shown + ": this is a folder: name the files in it");
     if (std::filesystem::is_character_file(status) || std::filesystem::is_block_file(status))
         throw Failure(shown + ": this is a device: name a file");
 
@@ -77,6 +77,8 @@ FileKind DetectFileKind(const std::string& path, std::string_view bytes) {
         return FileKind::LineTypes;
     if (EqualsIgnoringCase(known, ".pat"))
         return FileKind::Patterns;
+    if (IsStorePath(path) || BeginsLikeStore(bytes))
+        return FileKind::Store;
 
     bool isMarked = false;
     const std::string_view text = WithoutByteOrderMark(bytes, isMarked);

@@ -4,10 +4,16 @@
 #include "Session.hpp"
 #include "SetImport.hpp"
 #include "SetMerge.hpp"
+#include "documents/DocumentReader.hpp"
+#include "documents/ReportText.hpp"
+#include "kinds/KindTable.hpp"
 #include "output/SafeText.hpp"
 
-#include <cstddef>
-#include <string>
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include <AttributeManager/ReadReport.hpp>
 
 namespace Host {
 
@@ -70,6 +76,12 @@ std::string TextOf(const ImportCounts& counts) {
     return text;
 }
 
+// A folder of documents may be named by its main document too.
+std::filesystem::path PathOfDocument(const std::string& path) {
+    const std::filesystem::path named(std::u8string(path.begin(), path.end()));
+    return named.filename() == "Attribute.xml" ? std::filesystem::absolute(named).parent_path() : named;
+}
+
 }   // namespace
 
 template <class Content>
@@ -89,10 +101,37 @@ void FileImporter::Take(const std::string& shownPath, const Content& content) {
     notes.push_back(shownPath + ": " + TextOf(counts));
 }
 
+void FileImporter::TakeDocument(const std::string& shownPath,
+                                const std::function<void(const ODB::Ref<ADB::AttributeSet>&)>& read) {
+    ADB::ReadReport report;
+    ImportCounts counts;
+    if (isFirst) {
+        const ADB::ReadReport::Scope scope(report);
+        read(set);
+        counts.added = CountAttributes(set);
+    } else {
+        const ScratchSet scratch;
+        {
+            const ADB::ReadReport::Scope scope(report);
+            read(scratch.GetSet());
+        }
+        counts = MergeSet(scratch.GetSet(), set);
+    }
+    isFirst = false;
+    for (const ADB::ReadReport::Entry& entry : report.GetEntries())
+        notes.push_back(shownPath + ": " + TextOf(entry));
+    if (Host::HasLosses(report))
+        inputs.back().loss = report.GetEntries().IsEmpty() ? "memory ran out" : TextOf(report.GetEntries().GetFirst());
+    notes.push_back(shownPath + ": " + TextOf(counts));
+}
+
 void FileImporter::Import(const std::string& path) {
     const std::string shownPath = EscapeForMessage(path);
-    const std::string bytes = ReadFileContent(path);
+    inputs.push_back({.path = path, .loss = {}});
     try {
+        if (IsDocumentFolder(path))
+            return TakeDocument(shownPath, [&](const auto& target) { ReadDocuments(path, target, notes); });
+        const std::string bytes = ReadFileContent(path);
         switch (DetectFileKind(path, bytes)) {
         case FileKind::Drawing:
             return Take(shownPath, ReadDxf(bytes));
@@ -100,10 +139,42 @@ void FileImporter::Import(const std::string& path) {
             return Take(shownPath, ReadLineTypeFile(bytes));
         case FileKind::Patterns:
             return Take(shownPath, ReadPatternFile(bytes));
+        case FileKind::Store:
+            return TakeDocument(shownPath, [&](const auto& target) { ReadStore(path, bytes, target); });
         }
     } catch (const ReadError& error) {
         throw Failure(shownPath + At(error.GetLine()) + ": " + error.what());
     }
+}
+
+bool FileImporter::HasLosses() const noexcept {
+    return std::ranges::any_of(inputs, [](const Input& input) { return !input.loss.empty(); });
+}
+
+const FileImporter::Input* FileImporter::FindInput(const std::string& path) const {
+    const auto found = std::ranges::find_if(inputs, [&path](const Input& input) {
+        std::error_code error;
+        return std::filesystem::equivalent(PathOfDocument(input.path), PathOfDocument(path), error);
+    });
+    return found != inputs.end() ? &*found : nullptr;
+}
+
+bool FileImporter::IsInput(const std::string& path) const {
+    return FindInput(path) != nullptr;
+}
+
+void FileImporter::CheckTarget(const std::string& path) const {
+    const Input* const input = FindInput(path);
+    if (input != nullptr && !input->loss.empty())
+        throw Failure(EscapeForMessage(path) + ": it was not read whole and is not saved over (" + input->loss +
+                      "): choose another target");
+}
+
+std::size_t CountAttributes(const ODB::ConstRef<ADB::AttributeSet>& set) {
+    std::size_t count = 0;
+    for (const KindEntry& kind : GetKinds())
+        count += set->GetAttributeNumber(TypeIdOf(kind.record.refId));
+    return count;
 }
 
 }   // namespace Host

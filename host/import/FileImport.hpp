@@ -2,6 +2,8 @@
 
 #include "Failure.hpp"
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,30 +13,53 @@
 
 namespace Host {
 
-/// Brings files into one attribute set: the first one as it is, the others merged with what is there.
+/// Brings inputs into one attribute set: the first one as it is, the others merged with what is there.
 ///
-/// A file is a drawing, a line-type file or a hatch-pattern file: by its extension (.dxf, .lin, .pat, letter case
-/// ignored), or by how it begins when the extension says nothing.
+/// An input is a drawing, a line-type file, a hatch-pattern file or a store: by its extension (.dxf, .lin, .pat, .zas,
+/// letter case ignored), or by how it begins when the extension says nothing; or it is a folder of documents. Fills and
+/// active attributes come from the first input alone.
 class FileImporter {
 public:
     /// \param importSet  empty
     explicit FileImporter(const ODB::Ref<ADB::AttributeSet>& importSet) : set(importSet) {}
 
     /// \param path  UTF-8
-    /// \throws Failure when the file cannot be read, is none of the three, is damaged or holds too much; the set may
-    ///         hold a part of it then
+    /// \throws Failure when the input cannot be read, is none of these, is damaged or holds too much; the set may hold
+    /// a
+    ///         part of it then
     void Import(const std::string& path);
 
     /// One line each, for the user: what was odd in the files, what was not kept, and what became of the attributes.
     const std::vector<std::string>& GetNotes() const noexcept { return notes; }
 
+    /// Whether documents were not read whole.
+    bool HasLosses() const noexcept;
+
+    /// Whether \p path is one of the inputs.
+    bool IsInput(const std::string& path) const;
+
+    /// \throws Failure when \p path is an input that was not read whole: saved over, it would lose the rest
+    void CheckTarget(const std::string& path) const;
+
 private:
+    struct Input {
+        std::string path;
+        std::string loss;   // the first thing that was not read as it was stored, empty when there was none
+    };
+
     template <class Content>
     void Take(const std::string& shownPath, const Content& content);
+    void TakeDocument(const std::string& shownPath,
+                      const std::function<void(const ODB::Ref<ADB::AttributeSet>&)>& read);
+    const Input* FindInput(const std::string& path) const;
 
     ODB::Ref<ADB::AttributeSet> set;
     bool isFirst = true;
     std::vector<std::string> notes;
+    std::vector<Input> inputs;
 };
+
+/// How many attributes \p set holds.
+std::size_t CountAttributes(const ODB::ConstRef<ADB::AttributeSet>& set);
 
 }   // namespace Host

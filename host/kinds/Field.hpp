@@ -14,7 +14,7 @@
 /// Fields, declared once: what the algorithms below and the kinds need to know of a struct's members.
 ///
 /// A struct takes part by a static function `Fields` that answers with a std::tuple of Field, one per member, and by
-/// being equal to another when its members are. A member is an int, a double, a bool, a short that refers to an
+/// being equal to another when its members are. A member is an int, a finite double, a bool, a short that refers to an
 /// attribute, a Kest::UniString, a std::optional of one of these, or a std::vector of these or of such structs.
 namespace Host {
 

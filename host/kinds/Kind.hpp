@@ -1,11 +1,16 @@
 #pragma once
 
 #include "Field.hpp"
+#include "FieldStream.hpp"
+#include "FieldXml.hpp"
 
 #include <cstddef>
+#include <functional>
+#include <new>
 #include <utility>
 
 #include <Kest/ClassInfo.hpp>
+#include <Kest/Frames.hpp>
 #include <Kest/Guid.hpp>
 
 #include <ODB/Properties.hpp>
@@ -20,6 +25,7 @@
 #include <AttributeManager/IAttributeNewIndexTable.hpp>
 #include <AttributeManager/IAttributeRegister.hpp>
 #include <AttributeManager/IUsedAttrCollection.hpp>
+#include <AttributeManager/ReadReport.hpp>
 
 /// \file
 /// How a kind of attribute is made. It is a struct of fields and a class:
@@ -42,9 +48,10 @@
 ///                                            "{...}", "{...}"};   // two fresh GUIDs
 ///     };
 ///
-/// and a place in AllKinds (AllKinds.hpp). That is all: comparing, copying, isolated states, references and reindexing
-/// follow from the declaration of the fields, and so does everything that shows fields. Numbers, names, ref id and
-/// GUIDs stand in documents: once a kind is out they never change, and what is retired is never used again.
+/// and a place in AllKinds (AllKinds.hpp). That is all: comparing, copying, isolated states, streams, XML, references
+/// and reindexing follow from the declaration of the fields, and so does everything that shows fields. Numbers, names,
+/// ref id and GUIDs stand in documents: once a kind is out they never change, and what is retired is never used again.
+/// Nor does the order of the fields change, which is that of streams.
 ///
 /// An attribute is read through `sticker.Get().width` and changed through `sticker.Set<&StickerFields::width>(12)`.
 namespace Host {
@@ -66,6 +73,9 @@ public:
 
     /// The fields of the kind, without name, index, flags and time.
     virtual void VisitFields(FieldVisitor& visitor) const = 0;
+
+    /// Calls \p call with the name of each of these fields that differs in \p other, which is of the same kind.
+    virtual void VisitDifferingFields(const KindBase& other, const std::function<void(const char*)>& call) const = 0;
 
 protected:
     using GeneralAttribute::GeneralAttribute;
@@ -114,6 +124,43 @@ public:
         return FieldMask::FieldIdx2FieldId(GetClassInfoStatic()->GetId(), fieldNumber);
     }
 
+    /// \name Streams and documents
+    /// The general part in the version asked for, then a frame of the kind's class with its fields; in XML, the general
+    /// elements, then those of the fields (see FieldStream.hpp and FieldXml.hpp). When the fields cannot be read, the
+    /// general part is as it was too. A later version of the fields is passed over, and so are elements that no field
+    /// has: the read report names them.
+    /// @{
+    int Read(Kest::IChannel& channel) override {
+        return ReadWhole(channel, [this, &channel] { return ADB::GeneralAttribute::Read(channel); });
+    }
+    int Write(Kest::OChannel& channel) const override {
+        return WriteFrame(channel, ADB::GeneralAttribute::Write(channel));
+    }
+    int ReadIsolatedState(Kest::IChannel& channel) override {
+        return ReadWhole(channel, [this, &channel] { return ADB::GeneralAttribute::ReadIsolatedState(channel); });
+    }
+    int WriteIsolatedState(Kest::OChannel& channel) const override {
+        return WriteFrame(channel, ADB::GeneralAttribute::WriteIsolatedState(channel));
+    }
+    int ReadLumIsolatedState(Kest::IChannel& channel) override {
+        return ReadWhole(channel, [this, &channel] { return ADB::GeneralAttribute::ReadLumIsolatedState(channel); });
+    }
+    int WriteLumIsolatedState(Kest::OChannel& channel) const override {
+        return WriteFrame(channel, ADB::GeneralAttribute::WriteLumIsolatedState(channel));
+    }
+    int ReadXML(Kest::XMLIChannel& channel) override {
+        return ReadWhole(channel, [this, &channel] { return ADB::GeneralAttribute::ReadXML(channel); });
+    }
+    int WriteXML(Kest::XMLOChannel& channel) const override {
+        const int status = ADB::GeneralAttribute::WriteXML(channel);
+        return status != 0 ? status : WriteFieldsXml(channel, fields);
+    }
+    int WriteContentForIdGeneration(Kest::OChannel& channel) const override {
+        const int status = ADB::GeneralAttribute::WriteContentForIdGeneration(channel);
+        return status != 0 ? status : WriteFields(channel, fields);
+    }
+    /// @}
+
     IsolatedState* CreateIsolatedState() const override { return new IsolatedState; }
     int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
     int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
@@ -128,6 +175,7 @@ public:
     void CollectUsedAttrs(IUsedAttrCollection& collection) const override;
 
     void VisitFields(FieldVisitor& visitor) const override { Host::VisitFields(fields, visitor); }
+    void VisitDifferingFields(const KindBase& other, const std::function<void(const char*)>& call) const override;
 
 protected:
     Kind(const Kind& other) = default;
@@ -146,6 +194,14 @@ private:
         const ODB::ModificationGate gate(*this);
         fields = std::move(newFields);
     }
+
+    // Reads the general part and the fields, or neither.
+    template <class Channel, class ReadGeneral>
+    int ReadWhole(Channel& channel, ReadGeneral&& readGeneral);
+    static int ReadOwn(Kest::IChannel& channel, FieldStruct& target);
+    static int ReadOwn(Kest::XMLIChannel& channel, FieldStruct& target);
+    static void ReportSkipped(Kest::ClassVersion version);
+    int WriteFrame(Kest::OChannel& channel, int generalStatus) const;
 
     FieldMask DifferenceFrom(const FieldStruct& others) const {
         FieldMask differing;
@@ -180,6 +236,82 @@ int Kind<Derived, FieldStruct>::RestoreIsolatedState(const ODB::Object::Isolated
         return status;
     Take(std::move(restored));
     return ADB::Error::None;
+}
+
+template <class Derived, HasFields FieldStruct>
+int Kind<Derived, FieldStruct>::WriteFrame(Kest::OChannel& channel, int generalStatus) const {
+    if (generalStatus != 0)
+        return generalStatus;
+    Kest::OutputFrame frame(channel, *GetClassInfoStatic());
+    WriteFields(channel, fields);
+    return frame.Close();
+}
+
+template <class Derived, HasFields FieldStruct>
+template <class Channel, class ReadGeneral>
+int Kind<Derived, FieldStruct>::ReadWhole(Channel& channel, ReadGeneral&& readGeneral) try {
+    const ADB::GeneralAttribute::IsolatedState before(*this);
+    FieldStruct read(fields);
+    if (const int status = readGeneral(); status != 0)
+        return status;
+    const int status = ReadOwn(channel, read);
+    if (status == 0)
+        Take(std::move(read));
+    else
+        ADB::GeneralAttribute::RestoreIsolatedState(&before);
+    return status;
+} catch (const std::bad_alloc&) {
+    return ADB::Error::MemoryFull;
+}
+
+template <class Derived, HasFields FieldStruct>
+int Kind<Derived, FieldStruct>::ReadOwn(Kest::IChannel& channel, FieldStruct& target) {
+    const Kest::ClassVersion current = GetClassInfoStatic()->GetVersion();
+    Kest::InputFrame frame(channel, *GetClassInfoStatic());
+    if (frame.GetStatus() != 0)
+        return frame.GetStatus();
+    if (frame.GetVersion() > current)
+        ReportSkipped(frame.GetVersion());
+    if (frame.GetVersion().GetMajor() == current.GetMajor()) {
+        try {
+            ReadFields(channel, target);
+        } catch (const std::bad_alloc&) {
+            channel.Fail(ADB::Error::MemoryFull);
+        }
+    }
+    return frame.Close();
+}
+
+template <class Derived, HasFields FieldStruct>
+int Kind<Derived, FieldStruct>::ReadOwn(Kest::XMLIChannel& channel, FieldStruct& target) {
+    bool knowsAll = true;
+    try {
+        target = FieldStruct();   // what a document lacks has the value of a new attribute
+        ReadFieldsXml(channel, target, knowsAll);
+    } catch (const std::bad_alloc&) {
+        channel.Fail(ADB::Error::MemoryFull, Kest::UniString());
+    }
+    if (!knowsAll)
+        ReportSkipped(Kest::ClassVersion());
+    return channel.GetStatus();
+}
+
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::ReportSkipped(Kest::ClassVersion version) {
+    ADB::ReadReport::Add({.kind = ADB::ReadReport::FrameSkipped,
+                          .refId = Derived::Record.refId,
+                          .className = Derived::Record.className,
+                          .version = version});
+}
+
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::VisitDifferingFields(const KindBase& other,
+                                                      const std::function<void(const char*)>& call) const {
+    const FieldStruct& others = dynamic_cast<const Derived&>(other).Get();
+    ForEachField<FieldStruct>([&](const auto& field) {
+        if (!(fields.*field.member == others.*field.member))
+            call(field.name);
+    });
 }
 
 template <class Derived, HasFields FieldStruct>

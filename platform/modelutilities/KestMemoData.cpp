@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+#include <Kest/XMLOChannel.hpp>
+
 namespace ZalUtil {
 namespace {
 
@@ -63,6 +65,10 @@ unsigned int KestMemoData::GetSignal() const {
 
 MemoCheckResult KestMemoData::Check() const {
     return MemoCheckResult::NoFindings;
+}
+
+int KestMemoData::WriteXML(Kest::XMLOChannel& channel) const {
+    return channel.GetStatus();
 }
 
 void KestMemoData::Delete() noexcept {

@@ -305,8 +305,8 @@ private:
         const short index = DrawIndex();
         model.Drain();
         const Attribute target = HolderOf(model.indexHolders, index);
-        ASSERT_EQ(marks.GetLogicalConst()->DeleteAttribute(static_cast<unsigned int>(index)),
-                  target ? 0 : ADB::Error::NotLoadable);
+        const int expected = target ? 0 : ADB::Error::NotLoadable;
+        ASSERT_EQ(marks.GetLogicalConst()->DeleteAttribute(static_cast<unsigned int>(index)), expected);
         const auto item = std::find_if(model.items.begin(), model.items.end(),
                                        [&](const Model::Item& each) { return !each.attribute; });
         ASSERT_EQ(item != model.items.end(), model.indexHolders.contains(index));

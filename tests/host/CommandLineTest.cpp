@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -58,6 +60,13 @@ protected:
         const std::filesystem::path path = folder / name;
         std::ofstream(path, std::ios::binary) << bytes;
         return path.string();
+    }
+
+    std::string Path(const std::string& name) const { return (folder / name).string(); }
+
+    static std::string Bytes(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
     const std::filesystem::path folder =
@@ -170,11 +179,24 @@ TEST_F(CommandLineTest, WhatCannotBeDoneIsSaidInOneLine) {
         {{"list", good, "--sort", "color"}, "index, name, extension"},
         {{"list", good, "--format", "xml"}, "table, tsv, json"},
         {{"list", good, folder.string() + "/no\nsuch.dxf"}, "no\\x0Asuch.dxf: there is no such file"},
-        {{"list", folder.string()}, "this is a folder"},
+        {{"list", folder.string()}, "this is a folder without Attribute.xml"},
         {{"list", Write("empty.dxf", "")}, "the file is empty"},
         {{"list", Write("cut.dxf", cut.substr(0, cut.find("62")))}, "cut.dxf:"},
         {{"list", Write("note.txt", "dear reader\n")}, "note.txt:1: this is neither"},
         {{"list", Write("binary", Sample("mozman-ezdxf__bin_dxf_r12.dxf"))}, "binary"},
+        {{"list", Write("foreign.zas", "no store at all")}, "foreign.zas: the store cannot be read"},
+        {{"import", "--out", "x"}, "no file is given to import"},
+        {{"import", good}, "option --out"},
+        {{"import", good, "--out", ""}, "the name of the target is empty"},
+        {{"import", good, "--out", good}, "good.dxf: this is a file"},
+        {{"import", good, "--out", folder.string() + "/no/such.zas"}, "such.zas: it cannot be saved there"},
+        {{"import", good, "--out", folder.string() + "/no/such"}, "such: it cannot be saved there"},
+        {{"convert", good}, "two names, IN and OUT"},
+        {{"convert", good, "x", "y"}, "two names, IN and OUT"},
+        {{"convert", good, "x.zas", "--stream-version", "5"}, "use one of 1, 2, 3, 4"},
+        {{"convert", good, "x", "--stream-version", "2"}, "is for stores"},
+        {{"roundtrip"}, "one name, IN"},
+        {{"roundtrip", good, good}, "one name, IN"},
         {{"list", good, Write("bad.lin", "*A,b\nA,x\n")}, "bad.lin:2: "},
         {{"list", Write("bad.pat", "*A,b\n0,0\n")}, "bad.pat:2: "},
     };
@@ -184,6 +206,111 @@ TEST_F(CommandLineTest, WhatCannotBeDoneIsSaidInOneLine) {
         EXPECT_NE(outcome.err.find(said), std::string::npos) << said << " in " << outcome.err;
         EXPECT_TRUE(outcome.err.starts_with("zalattributes: ")) << outcome.err;
         EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+    }
+}
+
+TEST_F(CommandLineTest, WhatWasImportedIsListedAsTheDrawingIs) {
+    const std::string samples = std::string(TEST_DATA_DIR) + "/host/data/";
+    const std::string drawing = samples + "gdsestimating-dxf-parser__tables.dxf";
+    const std::string patterns = samples + "ezdxf-patterns-a.pat";
+    const std::string list = RunCommand({"list", drawing, patterns, "--format", "json", "--all"}).out;
+    const std::string documents = Path("set"), store = Path("set.zas"), other = Path("other"),
+                      again = Path("again.ZAS");
+    for (const std::string& target : {documents, store}) {
+        const Outcome import = RunCommand({"import", drawing, patterns, "--out", target});
+        EXPECT_EQ(import.code, 0) << import.err;
+        EXPECT_NE(import.out.find("\n  Layer               "), std::string::npos) << import.out;
+        EXPECT_EQ(RunCommand({"list", target, "--format", "json", "--all"}).out, list);
+    }
+    EXPECT_EQ(RunCommand({"convert", store, other}).code, 0);
+    EXPECT_EQ(RunCommand({"convert", other, again}).code, 0);
+    EXPECT_EQ(Bytes(again), Bytes(store)) << "there and back";
+    std::filesystem::rename(again, Path("store"));
+    EXPECT_EQ(RunCommand({"list", Path("store"), "--format", "json", "--all"}).out, list) << "known by its content";
+    EXPECT_EQ(RunCommand({"list", documents + "/Attribute.xml", "--format", "json", "--all"}).out, list);
+    EXPECT_NE(RunCommand({"list", store, documents}).err.find(": 0 new, "), std::string::npos) << "merged";
+}
+
+TEST_F(CommandLineTest, RoundtripsHaveATable) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "DASHED")));
+    const Outcome outcome = RunCommand({"roundtrip", drawing});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    std::istringstream lines(outcome.out);
+    std::string results, line;
+    while (std::getline(lines, line))
+        results += line.substr(0, 16) + '|' + line.substr(16, 12) + '|' + line.substr(42, 9) + '\n';
+    EXPECT_EQ(results, "form            |  attributes|result   \n"
+                       "stream version 1|           3|explained\n"
+                       "stream version 2|           3|equal\n"
+                       "stream version 3|           3|equal\n"
+                       "stream version 4|           3|equal\n"
+                       "XML             |           3|equal\n");
+}
+
+TEST_F(CommandLineTest, WhatATargetCannotCarryIsReported) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "DASHED")));
+    const std::string store = Path("set.zas"), old = Path("old.zas");
+    ASSERT_EQ(RunCommand({"import", drawing, "--out", store}).code, 0);
+    const Outcome outcome = RunCommand({"convert", store, old, "--stream-version=1"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_NE(outcome.err.find("old.zas: lost: Layer 1 \"Wall\": object id\n"), std::string::npos) << outcome.err;
+    EXPECT_NE(RunCommand({"list", old}).err.find("version 1 cannot be read back"), std::string::npos);
+    const std::string before = Bytes(store);
+    EXPECT_EQ(RunCommand({"convert", store, store, "--stream-version=1"}).code, 2) << "nothing is lost in place";
+    EXPECT_EQ(Bytes(store), before);
+    EXPECT_EQ(RunCommand({"convert", store, store}).code, 0);
+    EXPECT_EQ(Bytes(store), before);
+}
+
+TEST_F(CommandLineTest, DocumentsThatAreNotWholeAreNotSavedOver) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LayerTable({"Wall"})));
+    const std::string documents = Path("set");
+    ASSERT_EQ(RunCommand({"import", drawing, "--out", documents}).code, 0);
+    std::string layers = Bytes(documents + "/Attr_Layer.xml");
+    layers.replace(layers.find("<color>"), 0, "<depth>3</depth>");
+    Write("set/Attr_Layer.xml", layers);
+    const Outcome list = RunCommand({"list", documents});
+    EXPECT_EQ(list.code, 0);
+    EXPECT_NE(list.err.find("a part that a later version wrote was passed over (Host::Layer)"), std::string::npos);
+    for (const std::string& target : {documents, documents + "/", documents + "/../set"}) {
+        const Outcome convert = RunCommand({"convert", documents + "/Attribute.xml", target});
+        EXPECT_EQ(convert.code, 2);
+        EXPECT_NE(convert.err.find("it was not read whole"), std::string::npos) << convert.err;
+        EXPECT_EQ(Bytes(documents + "/Attr_Layer.xml"), layers);
+    }
+    EXPECT_EQ(RunCommand({"convert", documents, Path("other")}).code, 1);
+}
+
+TEST_F(CommandLineTest, DamagedDocumentsAreRefusedInOneLine) {
+    const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "DASHED")));
+    const std::string store = Path("set.zas");
+    ASSERT_EQ(RunCommand({"import", drawing, "--out", store}).code, 0);
+    const std::string bytes = Bytes(store);
+    std::string flipped = bytes;
+    flipped[flipped.size() / 2] ^= 1;
+    const auto documentsWithout = [&](const char* name, const std::string& replacement) {
+        std::filesystem::remove_all(Path("set"));
+        EXPECT_EQ(RunCommand({"convert", store, Path("set")}).code, 0);
+        std::filesystem::remove(Path("set/" + std::string(name)));
+        return replacement.empty() ? Path("set") : (Write("set/" + std::string(name), replacement), Path("set"));
+    };
+    const std::function<std::string()> cases[] = {
+        [&] { return Write("cut.zas", bytes.substr(0, bytes.size() - 1)); },
+        [&] { return Write("cut.zas", bytes.substr(0, 20)); },
+        [&] { return Write("long.zas", bytes + '\0'); },
+        [&] { return Write("flipped.zas", flipped); },
+        [&] { return documentsWithout("Attribute.xml", ""); },
+        [&] { return documentsWithout("Attr_Layer.xml", ""); },
+        [&] { return documentsWithout("Attr_Layer.xml", "<AttributeSet><Attributes>"); },
+        [&] { return documentsWithout("Attr_Layer.xml", "<!DOCTYPE x><AttributeSet/>"); },
+        [&] { return documentsWithout("Attribute.xml", "<Other/>"); },
+    };
+    for (const auto& makeInput : cases) {
+        const std::string input = makeInput();
+        const Outcome outcome = RunCommand({"list", input});
+        EXPECT_EQ(outcome.code, 2) << input;
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+        EXPECT_NE(outcome.err.find(input), std::string::npos) << outcome.err;
     }
 }
 
@@ -214,9 +341,14 @@ TEST_F(CommandLineTest, FilesAreKnownByTheirContentToo) {
 
 TEST_F(CommandLineTest, HelpSaysWhatThereIs) {
     EXPECT_EQ(RunCommand({"--help"}).code, 0);
-    EXPECT_NE(RunCommand({"--help"}).out.find("\n  list "), std::string::npos);
     const Outcome list = RunCommand({"list", "--nonsense", "--help"});
     EXPECT_EQ(list.code, 0);
+    for (const char* const command : {"list", "import", "convert", "roundtrip"}) {
+        EXPECT_NE(RunCommand({"--help"}).out.find("\n  " + std::string(command) + ' '), std::string::npos);
+        const Outcome help = RunCommand({command, "--help"});
+        EXPECT_NE(help.out.find("\nExample: "), std::string::npos);
+        EXPECT_NE(help.out.find("\n  zalattributes " + std::string(command) + ' '), std::string::npos);
+    }
     for (const char* const word : {"--type KIND", "--sort KEY", "--extension TEXT", "--format FORM", "--all",
                                    "BuildingMaterial", "Exit codes", "index name color lineType flags\n"})
         EXPECT_NE(list.out.find(word), std::string::npos) << word;

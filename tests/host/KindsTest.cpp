@@ -1,5 +1,5 @@
+#include "KindSamples.hpp"
 #include "Session.hpp"
-#include "kinds/AllKinds.hpp"
 #include "kinds/FieldText.hpp"
 #include "kinds/KindTable.hpp"
 
@@ -20,56 +20,7 @@
 
 namespace {
 
-using namespace Host;
-
-constexpr short OldReference = 5;
-constexpr short NewReference = 7;
-
-// Makes a value another one; what refers to attributes then refers to OldReference.
-template <class Value>
-void Change(Value& value) {
-    if constexpr (std::is_same_v<Value, bool>)
-        value = !value;
-    else if constexpr (std::is_same_v<Value, short>)
-        value = OldReference;
-    else if constexpr (std::is_arithmetic_v<Value>)
-        value += 1;
-    else if constexpr (std::is_same_v<Value, Kest::UniString>)
-        value += u"x";
-    else if constexpr (HasFields<Value>)
-        ForEachField<Value>([&value](const auto& field) { Change(value.*field.member); });
-    else if constexpr (requires { value.emplace_back(); })
-        Change(value.emplace_back());
-    else
-        Change(value.emplace());
-}
-
-template <class Kind, std::size_t Index>
-constexpr auto FieldAt() {
-    return std::get<Index>(Kind::FieldsType::Fields());
-}
-
-template <class Kind, std::size_t Index>
-void ChangeField(Kind& attribute) {
-    auto value = attribute.Get().*FieldAt<Kind, Index>().member;
-    Change(value);
-    attribute.template Set<FieldAt<Kind, Index>().member>(value);
-}
-
-// Calls `call` with the place of each field as a constant.
-template <class Kind, class Call>
-void ForEachPlace(Call&& call) {
-    constexpr std::size_t Count = std::tuple_size_v<decltype(Kind::FieldsType::Fields())>;
-    [&call]<std::size_t... Index>(std::index_sequence<Index...>) {
-        (call(std::integral_constant<std::size_t, Index>()), ...);
-    }
-    (std::make_index_sequence<Count>());
-}
-
-template <class Kind>
-void ChangeAll(Kind& attribute) {
-    ForEachPlace<Kind>([&attribute](auto place) { ChangeField<Kind, place()>(attribute); });
-}
+using namespace HostTests;
 
 class References final : public IUsedAttrCollection {
 public:

@@ -6,6 +6,7 @@
 
 #include <Kest/Array.hpp>
 #include <Kest/HashSet.hpp>
+#include <Kest/PlatformSign.hpp>
 #include <Kest/UniString.hpp>
 
 #include <ODB/Association1N.hpp>
@@ -19,6 +20,13 @@
 #include <AttributeManager/GeneralAttribute.hpp>
 #include <AttributeManager/GeneralAttributeObserver.hpp>
 #include <AttributeManager/SortMethod.hpp>
+
+namespace Kest {
+
+class InputFrame;
+class OutputFrame;
+
+}   // namespace Kest
 
 namespace ADB {
 
@@ -72,11 +80,57 @@ public:
     static const Kest::ClassInfo* GetClassInfoStatic();
     static Kest::Object* ConstructorFunction();
     AttributeContainer* Clone() const override;
+
+    /// \name Streams
+    /// Codes: 0, those of the channel (Kest::ChannelStatus), of the attributes' own readers and writers, and those
+    /// named here. A later version is passed over, noted on the debug output and answered with 0. Readers tell the
+    /// set's observers of the active attribute alone.
+    /// @{
+
+    /// Replaces the attributes by those of a stream. Fields stay, but for the stamp and the active attribute.
+    /// Attributes keep their stored ids where those are free in the container's id space; of two with one index or one
+    /// name, letter case ignored, the later one gets a free one. Those that fail CheckAttribute are mended by
+    /// CorrectAttribute. \returns 0; Error::UnknownType for a type that is not registered; Error::MemoryFull. A stream
+    /// that is damaged on opening changes nothing; after any other error the container is empty
+    int Read(Kest::IChannel& channel) override;
+    int Write(Kest::OChannel& channel) const override;
+
+    /// Reads the fields. On an error nothing is changed.
+    int ReadIsolatedState(Kest::IChannel& channel) override;
+
+    /// Writes an element "Attribute" for each attribute, in ascending index order.
+    int WriteXML(Kest::XMLOChannel& channel) const override;
+
     IsolatedState* CreateIsolatedState() const override;
     int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
     /// The active attribute is looked up by its id in the container's own id space.
     int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
+    int WriteIsolatedState(Kest::OChannel& channel) const override;
     std::size_t GetIsolatedSize() const override;
+
+    /// The fields, as shared projects exchange them.
+    int WriteLumIsolatedState(Kest::OChannel& channel) const override;
+    int ReadLumIsolatedState(Kest::IChannel& channel) override;
+
+    /// Writes an element "Attributes" with the type's name, its ref id and its attributes.
+    /// \returns 0; the channel keeps an error, and ending the document returns it
+    int SaveAttributeTypeToXMLFile(Kest::XMLOChannel& channel) const;
+
+    /// Replaces the attributes by those that SaveAttributeTypeToXMLFile wrote, otherwise as Read. No attribute is
+    /// active afterwards; links are in the order of the document. \param platform of the system that wrote the document
+    /// \returns 0; Error::WrongCall, with nothing changed, for a document of another type; Error::UnknownType;
+    /// Error::MemoryFull; codes of the channel. After any other error the container is empty
+    int LoadAttributeTypeFromXMLFile(Kest::XMLIChannel& channel, Kest::PlatformSign platform);
+
+    /// Replaces the attributes by those of an old attribute file: a number of 4 bytes, then attributes in their object
+    /// streams. Of two with one index the later one stays.
+    /// \param length bytes of the type's data in the channel, the leading number included
+    /// \param platform of the system that wrote the file
+    /// \returns 0, also when there is no leading number, with nothing changed then; Error::UnknownType;
+    /// Error::MemoryFull; Error::WrongCall for a record without bytes or of an object that is no attribute. After an
+    /// error the container is empty
+    int LoadAttributeTypeFromFile(Kest::IChannel& channel, int length, Kest::PlatformSign platform);
+    /// @}
 
     /// The association that links a container to its attributes and carries their AttributeIndex.
     static const AttributeAssociation& GetAttributeAssociation();
@@ -238,9 +292,27 @@ private:
     friend class AttributeIndex;
     friend class AttributeKeyChange;
     friend class AttributeSet;
+    friend class ContainerFilling;
     friend class GeneralAttribute;
 
     void AttributeChanged(ODB::ConstRef<GeneralAttribute> attribute, const FieldMask& fields) override;
+    int WriteVersion12(Kest::OChannel& channel, const Kest::OutputFrame& frame, short flagFilter) const;
+    int ReadVersion12(Kest::IChannel& channel, const Kest::InputFrame& frame);
+    int WriteIsolatedStateVersion2(Kest::OChannel& channel) const;
+    int WriteIsolatedStateVersion3(Kest::OChannel& channel) const;
+    int ReadIsolatedStateVersion2(Kest::IChannel& channel, IsolatedState& state);
+    int ReadIsolatedStateVersion3(Kest::IChannel& channel, IsolatedState& state);
+    int WriteFields(Kest::OChannel& channel) const;
+    int ReadFields(Kest::IChannel& channel, IsolatedState& state) const;
+    int WriteLockableSet(Kest::OChannel& channel) const;
+    int ReadLockableSet(Kest::IChannel& channel, IsolatedState& state);
+    int WriteDescription(Kest::OChannel& channel) const;
+    int ReadDescription(Kest::IChannel& channel, IsolatedState& state) const;
+    void TakeContent(IsolatedState&& content);
+    int ReadActiveAttribute(Kest::IChannel& channel, ODB::Ref<GeneralAttribute>& active) const;
+    int ReadXMLAttributes(Kest::XMLIChannel& channel);
+    int ReadFileAttributes(Kest::IChannel& channel, std::int64_t size);
+    void CompleteAttributes();
     int PutNewAttribute(GeneralAttribute* attribute, unsigned int hint, bool touch);
     ODB::Ref<GeneralAttribute> PutClone(const GeneralAttribute& source, short hint, const Kest::Guid* guid,
                                         ODB::IdSpace* idSpace, bool touch);

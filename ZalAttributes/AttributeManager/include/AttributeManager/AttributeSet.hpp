@@ -6,6 +6,7 @@
 #include <Kest/EventObserver.hpp>
 #include <Kest/EventSource.hpp>
 #include <Kest/Guid.hpp>
+#include <Kest/PlatformSign.hpp>
 #include <Kest/UniString.hpp>
 
 #include <ODB/Association1N.hpp>
@@ -22,6 +23,12 @@
 #include <AttributeManager/Export.hpp>
 #include <AttributeManager/GeneralAttribute.hpp>
 #include <AttributeManager/SortMethod.hpp>
+
+namespace Kest {
+
+class OutputFrame;
+
+}   // namespace Kest
 
 namespace ADB {
 
@@ -89,10 +96,76 @@ public:
     static Kest::Object* ConstructorFunction();
     /// The fills alone: a copy has no containers. CloneAttributeSet copies everything.
     AttributeSet* Clone() const override;
+
+    /// \name Streams
+    /// Codes: 0, those of the channel (Kest::ChannelStatus) and those of AttributeContainer. A later version is passed
+    /// over, noted on the debug output and answered with 0.
+    /// @{
+
+    /// Replaces the attributes of all containers by those of a stream; types that it does not hold are empty then. The
+    /// fills stay. A stream that is damaged on opening changes nothing; after any other error each container is empty
+    /// or whole.
+    int Read(Kest::IChannel& channel) override;
+    /// Writes the containers that hold attributes; older versions leave some types out. The fills are not written.
+    int Write(Kest::OChannel& channel) const override;
+
+    /// The fills.
+    int ReadIsolatedState(Kest::IChannel& channel) override;
     IsolatedState* CreateIsolatedState() const override;
     int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
     int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
+    int WriteIsolatedState(Kest::OChannel& channel) const override;
     std::size_t GetIsolatedSize() const override;
+
+    /// Nothing of the set travels in shared projects; its containers travel themselves.
+    int WriteLumIsolatedState(Kest::OChannel& channel) const override;
+    int ReadLumIsolatedState(Kest::IChannel& channel) override;
+    /// @}
+
+    /// \name Documents
+    /// A folder with "Attribute.xml", which holds the fills, and a file for each of the first sixteen types.
+    /// @{
+
+    /// Writes the folder as a whole: whatever fails, it holds the old documents or the new ones.
+    /// \param written receives the document of the set, of each container and of each attribute; may be null
+    /// \param messages receives what the user should know, types beyond the sixteenth among it
+    /// \returns 0; Error::WrongCall when a document cannot be made; codes of the channel
+    int CustomWriteXML(const IO::Location& folder, ODB::WrittenLocations* written,
+                       Kest::Array<Kest::UniString>& messages) const override;
+    /// Reads such a folder, into the set's own container of each type or, where it has none, a new one. Tells the set's
+    /// observers (created) of the attributes of each type, as LoadAttributeTypeFromXMLFile does.
+    /// \param document the location of "Attribute.xml", which may have another name; the others stand beside it
+    /// \param database receives the container of each type that is read and, at the end, the set; may be null
+    /// \returns 0; Error::WrongCall when a document cannot be opened; Error::UnknownType for a type that is not
+    /// registered; Error::NullArgument when an observer deletes the set; Error::MemoryFull; codes of the channel and of
+    /// AttributeContainer::LoadAttributeTypeFromXMLFile. When the main document is at fault, nothing is changed. After
+    /// another error the fills and the types read so far are the new ones, the type at fault is empty or as it was, the
+    /// others are as they were
+    int CustomReadXML(const IO::Location& document, ODB::FileDatabase* database,
+                      Kest::Array<Kest::UniString>& messages) override;
+    /// @}
+
+    /// \name Loading a type
+    /// Each replaces the attributes of a type and, on 0 and on Error::NoSuchIndex, tells the observers (created) of
+    /// every attribute that the type now holds. \returns 0; Error::UnknownType; Error::NoSuchIndex as a warning: some
+    /// records were not taken, the others are there; codes of AttributeContainer's loaders, as which it is left after
+    /// an error
+    /// @{
+
+    /// From \p length bytes at \p data, of an old attribute file; see AttributeContainer::LoadAttributeTypeFromFile.
+    /// Below 1 the type is emptied and nobody is told.
+    int LoadAttributeTypeFromFile(char* data, short typeId, int length, Kest::PlatformSign platform);
+    /// The same from a channel that stands at the type's data.
+    int LoadAttributeTypeFrom900File(Kest::IChannel& channel, short typeId, int length, Kest::PlatformSign platform);
+    /// From the resource \p resourceId of \p module, of the type's ref id (see Kest/Resource.hpp), which holds such
+    /// data. A resource that is missing or empty empties the type.
+    int LoadAttributeTypeFromResource(short typeId, long long module, short resourceId);
+    /// From a document; see AttributeContainer::LoadAttributeTypeFromXMLFile.
+    int LoadAttributeTypeFromXMLFile(Kest::XMLIChannel& channel, short typeId, Kest::PlatformSign platform);
+    /// Writes the type to a document; see AttributeContainer::SaveAttributeTypeToXMLFile.
+    /// \returns 0, or Error::UnknownType
+    int SaveAttributeTypeToXMLFile(Kest::XMLOChannel& channel, short typeId) const;
+    /// @}
 
     /// The association that links a set to its containers and carries their AttributeTypeIdIndex.
     static const ContainerAssociation& GetContainerAssociation();
@@ -284,6 +357,14 @@ private:
     AttributeSet(const AttributeSet& other);
 
     const AttributeContainer* FindContainer(short typeId) const;
+    int WriteVersion12(Kest::OChannel& channel, const Kest::OutputFrame& frame) const;
+    int WriteVersion34(Kest::OChannel& channel) const;
+    int ReadVersion1234(Kest::IChannel& channel);
+    int LoadAttributeTypeFromResourceToHandle(short typeId, long long module, short resourceId, char*** handle) const;
+    int LoadType(short typeId, const std::function<int(AttributeContainer&)>& load);
+    void AnnounceType(short typeId) const;
+    void TakeFills(const Fills& newFills);
+    int MakeContainer(short typeId, ODB::FileDatabase* database);
     int MakeNameFree(short typeId, GeneralAttribute& attribute) const;
     void AnnounceNew(const ODB::ConstRef<GeneralAttribute>& attribute) const;
     int StoreCopy(const ODB::ConstRef<GeneralAttribute>& attribute, bool keepIndex, const Kest::Guid& guid,

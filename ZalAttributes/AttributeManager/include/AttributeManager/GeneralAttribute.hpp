@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include <Kest/Array.hpp>
+#include <Kest/ClassVersion.hpp>
 #include <Kest/EventSource.hpp>
 #include <Kest/Guid.hpp>
 #include <Kest/UniString.hpp>
@@ -23,11 +24,27 @@
 class IUsedAttrCollection;
 class IUsedLibPartCollection;
 
+namespace Kest {
+
+class InputFrame;
+class OutputFrame;
+
+}   // namespace Kest
+
+namespace KestXML {
+
+template <class T>
+class NamedEnumType;
+
+}   // namespace KestXML
+
 namespace ADB {
 
 class AttributeContainer;
 class AttributeSet;
 class IAttributeNewIndexTable;
+class IRegDataReader;
+class IRegDataWriter;
 
 /// The base of every attribute kind: a name, an index, 16 flags, a modification time and user data.
 ///
@@ -61,6 +78,9 @@ public:
     /// The content of an attribute without its identity and links.
     class ADB_API IsolatedState : public Lum::Object::IsolatedState {
     public:
+        IsolatedState() = default;
+        explicit IsolatedState(const GeneralAttribute& attribute);
+
         Kest::UniString name;
         short index = 0;
         short flags = 0;
@@ -76,11 +96,52 @@ public:
 
     static const Kest::ClassInfo* GetClassInfoStatic();
 
+    /// \name Streams
+    /// All readers are silent and return 0, a code of the channel (Kest::ChannelStatus), or Error::WrongCall for user
+    /// data that cannot be taken or converted. On an error nothing is changed, but for version 1 as said at Read. A
+    /// record without user data leaves those that the attribute has.
+    /// @{
+
+    /// Reads the object stream, of any version up to today's. A later version is passed over and answered with 0. A
+    /// record of version 1 that ends behind its numbers, as Write makes them, gives the code of the missing user data
+    /// with name and numbers taken.
+    int Read(Kest::IChannel& channel) override;
+    /// Writes the object stream, in the version asked for by Kest::ClassManager::OutputVersionBlock, with user data as
+    /// the converters make them when an output plan version is set. \returns the channel's status
+    int Write(Kest::OChannel& channel) const override;
+
+    /// The class, the kind, the name, the index, the flags but for the client-created one, and the user data.
+    int WriteContentForIdGeneration(Kest::OChannel& channel) const override;
+    int ReadIsolatedState(Kest::IChannel& channel) override;
+
+    /// Writes the general part as XML, see WriteGenAttrXML. A kind calls this version, then writes its own elements.
+    int WriteXML(Kest::XMLOChannel& channel) const override;
+    /// Reads the general part from XML, see ReadGenAttrXML.
+    int ReadXML(Kest::XMLIChannel& channel) override;
+
     IsolatedState* CreateIsolatedState() const override;
     int StoreIsolatedState(ODB::Object::IsolatedState* state) const override;
     int RestoreIsolatedState(const ODB::Object::IsolatedState* state) override;
+    int WriteIsolatedState(Kest::OChannel& channel) const override;
     std::size_t GetIsolatedSize() const override;
     int Isolate() override;
+
+    /// As shared projects exchange it: without the client-created flag, which reading clears.
+    int WriteLumIsolatedState(Kest::OChannel& channel) const override;
+    int ReadLumIsolatedState(Kest::IChannel& channel) override;
+
+    /// Writes a record of version 1 by its fields, whose name takes 32 bytes in the system code page: a longer one is
+    /// cut and ends in "#" and the index. Unlike Write of an attribute in version 1 it carries user data.
+    /// \param leading the number in front of the name; \p reserved1 and \p reserved2 follow the time
+    static int WriteVersion1(Kest::OChannel& channel, int leading, const Kest::UniString& attributeName,
+                             short attributeIndex, short attributeFlags, int time, short reserved1, short reserved2,
+                             const RegTblData& userData);
+    /// Reads what that wrote. All outputs must be there; on an error they are as they were.
+    /// \returns as Read, or Error::NullArgument
+    static int ReadVersion1(Kest::IChannel& channel, int* leading, Kest::UniString* attributeName,
+                            short* attributeIndex, short* attributeFlags, int* time, short* reserved1, short* reserved2,
+                            RegTblData* userData);
+    /// @}
 
     /// The ref id of the kind: a four-character code, most significant character first. The register maps it to the
     /// short type id.
@@ -246,6 +307,18 @@ protected:
     /// Takes the content of \p other. Silent; the next announcement of field 5 tells which user data changed.
     GeneralAttribute& operator=(const GeneralAttribute& other);
 
+    /// Writes the object's id, "Name", "Index", "Flags", "ModiTime" and the user data as elements of the open element.
+    /// \param flagNames names for the kind's own flags, besides those known to all; may be null
+    /// \param writer writes the user data that it knows how to express; may be null
+    /// \returns 0, or the channel's status
+    int WriteGenAttrXML(Kest::XMLOChannel& channel, const KestXML::NamedEnumType<short>* flagNames,
+                        IRegDataWriter* writer) const;
+    /// Reads those. Without an element "Flags" the flags stay; user data are replaced by what is there.
+    /// \returns 0; Error::WrongCall for flags that make no sense (with a message of the channel) or user data that
+    /// cannot be taken; the channel's status. On an error nothing is changed
+    int ReadGenAttrXML(Kest::XMLIChannel& channel, const KestXML::NamedEnumType<short>* flagNames,
+                       IRegDataReader* reader);
+
     /// Announces one field.
     void NotifyObservers(const FieldID& field) const;
     /// Announces the fields of \p fields; an empty mask reaches Notify alone. Suppressed while a NotifyDisableGuard
@@ -270,6 +343,25 @@ private:
     void TakeSnapshot(char** snapshot) noexcept;
     int ReplaceMemo(char** table);
     RegTblData ConvertRegMemo() const;
+    void Take(IsolatedState&& content);
+    IsolatedState BeginReading() const;
+    int WriteMemo(Kest::OChannel& channel) const;
+    int WriteVersion(Kest::OChannel& channel, Kest::ClassVersion version) const;
+    int WriteVersion1(Kest::OChannel& channel) const;
+    int WriteVersion2(Kest::OChannel& channel) const;
+    int WriteVersion3(Kest::OChannel& channel) const;
+    int WriteVersion4(Kest::OChannel& channel) const;
+    int ReadVersion(Kest::IChannel& channel, Kest::ClassVersion version);
+    int ReadVersion1(Kest::IChannel& channel);
+    int ReadVersion2(Kest::IChannel& channel);
+    int ReadVersion3(Kest::IChannel& channel);
+    int ReadVersion4(Kest::IChannel& channel);
+    int WriteIsolatedStateVersion4(Kest::OChannel& channel) const;
+    int WriteLumIsolatedStateVersion3(Kest::OChannel& channel, const Kest::OutputFrame& frame) const;
+    int WriteLumIsolatedStateVersion4(Kest::OChannel& channel) const;
+    int ReadIsolatedStateVersion4(Kest::IChannel& channel);
+    int ReadLumIsolatedStateVersion3(Kest::IChannel& channel, const Kest::InputFrame& frame);
+    int ReadLumIsolatedStateVersion4(Kest::IChannel& channel);
 
     Kest::UniString name;
     short index = 0;

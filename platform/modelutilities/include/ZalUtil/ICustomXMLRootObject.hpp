@@ -1,13 +1,15 @@
 #pragma once
 
+#include <ODB/ICustomXMLRoot.hpp>
+
 #include <ZalUtil/Export.hpp>
 
 namespace ZalUtil {
 
-/// An object that has a form of its own as documents.
-class ZALUTIL_API ICustomXMLRootObject {
+/// An object of a model that has a form of its own as documents.
+class ZALUTIL_API ICustomXMLRootObject : public ODB::ICustomXMLRoot {
 public:
-    virtual ~ICustomXMLRootObject() = default;
+    ~ICustomXMLRootObject() override;
 };
 
 }   // namespace ZalUtil

@@ -8,6 +8,12 @@
 #include <ZalUtil/Export.hpp>
 #include <ZalUtil/Owner.hpp>
 
+namespace Kest {
+
+class XMLOChannel;
+
+}   // namespace Kest
+
 namespace ZalUtil {
 
 /// Data of others that an object carries as one block of bytes.
@@ -29,6 +35,9 @@ public:
 
     /// Lets go of the data.
     virtual void Delete() noexcept;
+
+    /// Writes the data as elements of the open element. Nothing here. \returns 0, or a code of the channel
+    virtual int WriteXML(Kest::XMLOChannel& channel) const;
 
     bool IsEmpty() const noexcept { return block == nullptr; }
     /// In bytes.

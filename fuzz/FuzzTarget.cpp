@@ -1,0 +1,10 @@
+#include "FuzzTarget.hpp"
+
+namespace Fuzz {
+
+std::vector<Target>& GetTargets() {
+    static std::vector<Target> targets;
+    return targets;
+}
+
+}   // namespace Fuzz

@@ -1,0 +1,68 @@
+#include "ReportText.hpp"
+
+#include "kinds/KindTable.hpp"
+#include "output/SafeText.hpp"
+
+#include <algorithm>
+
+namespace Host {
+
+namespace {
+
+using ADB::ReadReport;
+
+std::string Quoted(const Kest::UniString& name) {
+    return '"' + ReplaceControls(name) + '"';
+}
+
+// "Layer 3 "Wall"", as far as it is known.
+std::string TextOfAttribute(const ReadReport::Entry& entry) {
+    const KindEntry* const kind = FindKind(entry.refId);
+    std::string text = kind != nullptr ? kind->record.name : "attribute";
+    if (entry.index != 0)
+        text += ' ' + std::to_string(entry.index);
+    return text + (entry.name.IsEmpty() ? std::string() : ' ' + Quoted(entry.name));
+}
+
+std::string TextOfSkippedFrame(const ReadReport::Entry& entry) {
+    std::string text = "a part that a later version wrote was passed over";
+    if (entry.className != nullptr)
+        text += " (" + std::string(entry.className);
+    if (entry.className != nullptr && entry.version.GetMajor() != 0)
+        text += ' ' + std::to_string(entry.version.GetMajor()) + '.' + std::to_string(entry.version.GetMinor());
+    return text + (entry.className != nullptr ? ")" : "");
+}
+
+}   // namespace
+
+std::string TextOf(const ReadReport::Entry& entry) {
+    switch (entry.kind) {
+    case ReadReport::FrameSkipped:
+        return TextOfSkippedFrame(entry);
+    case ReadReport::TypeSkipped:
+        return "attributes of an unknown kind (" + ReplaceControls(entry.name) + ") were not read";
+    case ReadReport::AttributeRenamed:
+        return TextOfAttribute(entry) + " is called " + Quoted(entry.newName) + " now: its name was taken";
+    case ReadReport::AttributeRenumbered:
+        return TextOfAttribute(entry) + " has the index " + std::to_string(entry.newIndex) + " now: its own was taken";
+    case ReadReport::RecordDropped:
+        return TextOfAttribute(entry) + " could not be kept";
+    case ReadReport::ReferenceWithoutTarget:
+        return "the active attribute " + ReplaceControls(entry.name) + " is not there";
+    case ReadReport::FlagsMissing:
+        return TextOfAttribute(entry) + " has no flags";
+    case ReadReport::FileMissing:
+        return "the document " + ReplaceControls(entry.name) + " is missing";
+    case ReadReport::SavePending:
+        return "an interrupted save was seen through";
+    }
+    return "something was not read as it was stored";
+}
+
+bool HasLosses(const ReadReport& report) {
+    return report.IsIncomplete() || std::ranges::any_of(report.GetEntries(), [](const ReadReport::Entry& entry) {
+               return entry.kind != ReadReport::SavePending;
+           });
+}
+
+}   // namespace Host

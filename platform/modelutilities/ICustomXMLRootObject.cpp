@@ -1,0 +1,7 @@
+#include <ZalUtil/ICustomXMLRootObject.hpp>
+
+namespace ZalUtil {
+
+ICustomXMLRootObject::~ICustomXMLRootObject() = default;
+
+}   // namespace ZalUtil
