@@ -14,6 +14,7 @@
 #include <exception>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 #include <Kest/Exceptions.hpp>
 
@@ -68,24 +69,26 @@ ExitCode RunCommand(std::span<const std::string> arguments, std::ostream& out, s
     return (*command)->run(arguments.subspan(1), out, notes, progress);
 }
 
-void WriteNotes(const std::string& notes, std::ostream& err) {
-    std::istringstream lines(notes);
-    for (std::string line; std::getline(lines, line);)
+// Takes no memory, for want of which a command may have ended.
+void WriteNotes(std::string_view notes, std::ostream& err) {
+    while (!notes.empty()) {
+        const std::string_view line = notes.substr(0, notes.find('\n'));
         err << "zalattributes: " << line << '\n';
+        notes.remove_prefix(std::min(line.size() + 1, notes.size()));
+    }
 }
 
 }   // namespace
 
 int RunCommandLine(std::span<const std::string> arguments, std::ostream& out, std::ostream& err) {
+    ExitCode code = Cannot;
+    std::ostringstream notes;
     std::string reason;
     try {
-        std::ostringstream notes;
         Progress progress(IsTerminal(err) ? &err : nullptr);
-        const ExitCode code = RunCommand(arguments, out, notes, progress);
+        code = RunCommand(arguments, out, notes, progress);
         if (!out.flush())
             throw Failure("standard output cannot be written: check where it goes and that there is room");
-        WriteNotes(notes.str(), err);
-        return code;
     } catch (const Failure& failure) {
         reason = failure.what();
     } catch (const std::bad_alloc&) {
@@ -95,6 +98,9 @@ int RunCommandLine(std::span<const std::string> arguments, std::ostream& out, st
     } catch (const Kest::RootException& exception) {
         reason = std::string("unexpected failure (") + exception.GetName() + "): please report it";
     }
+    WriteNotes(notes.view(), err);
+    if (reason.empty())
+        return code;
     err << "zalattributes: " << reason << '\n';
     return Cannot;
 }

@@ -5,22 +5,33 @@
 
 #include <new>
 
-#include <Kest/Guid.hpp>
-
 #include <AttributeManager/AttributeManager.hpp>
 
 namespace Host {
 
-Session::Session() : kinds(CreateAttributeRegister()), sortRules(CreateSortRuleTable()) {
+namespace {
+
+// The set that the library begins with has an id that nobody chose: it is made where it takes no other id, and goes.
+ODB::Ref<ADB::AttributeSet> MakeDocument(const ADB::IAttributeRegister& kinds, const Kest::Guid& setId) {
+    ODB::IdSpace beside;
+    const ODB::Ref<ADB::AttributeSet> first = InitAttributeSetContainer(&kinds, &beside);
+    const ODB::Ref<ADB::AttributeSet> document = CreateAttributeSet(nullptr, setId, true);
+    if (SetCurrentAttributeSet(document) != 0)
+        throw std::bad_alloc();
+    DisposeAttributeSet(first);
+    return document;
+}
+
+}   // namespace
+
+Session::Session(const Kest::Guid& setId) : kinds(CreateAttributeRegister()), sortRules(CreateSortRuleTable()) {
     try {
         if (kinds == nullptr || sortRules == nullptr)
             throw std::bad_alloc();
         RegisterKinds(*kinds);
         SetSortRules(*sortRules);
         InitAttributeManager(sortRules);
-        set = InitAttributeSetContainer(kinds, nullptr);
-        if (!set)
-            throw std::bad_alloc();
+        set = MakeDocument(*kinds, setId);
     } catch (...) {
         Close();
         throw;

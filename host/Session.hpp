@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <Kest/Guid.hpp>
+
 #include <ODB/IdSpace.hpp>
 #include <ODB/Ref.hpp>
 
@@ -15,8 +17,9 @@ namespace Host {
 /// is one document, the current attribute set. The library's state is the process's own: one session at a time.
 class Session {
 public:
+    /// \param setId  the id wanted for the document; null for a fresh one
     /// \throws std::bad_alloc
-    Session();
+    explicit Session(const Kest::Guid& setId = Kest::Guid());
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;

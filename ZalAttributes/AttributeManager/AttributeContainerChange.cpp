@@ -10,6 +10,7 @@
 
 #include <AttributeManager/AttributeContainer.hpp>
 #include <AttributeManager/AttributeErrors.hpp>
+#include <AttributeManager/AttributeIndex.hpp>
 
 #include "AttributeIndexTables.hpp"
 #include "FreeName.hpp"
@@ -153,6 +154,11 @@ int AttributeContainer::DeleteAttributeType() {
 }
 
 int AttributeContainer::CheckContainer() {
+    if (attributeIndex != nullptr && attributeIndex->IsCurrent()) {
+        const NameKeys& keys = attributeIndex->tables->names;
+        if (!keys.HasShadows() && keys.GetSize() == GetAttributeNumber())
+            return Error::None;   // each is the holder of its name
+    }
     Kest::HashSet<Kest::UniString> names;
     ODB::RefList<GeneralAttribute> repeated;
     EnumerateAttributes([&](const ODB::Ref<GeneralAttribute>& attribute) {

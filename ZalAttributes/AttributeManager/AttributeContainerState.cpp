@@ -49,8 +49,10 @@ int WriteEmptyDelta(Kest::OChannel& channel) {
     return ODB::Delta(ODB::GetInputIdSpace()).Write(channel);
 }
 
+// Nothing of it is made: what it holds could hold a delta again, and so without end.
 int DropDelta(Kest::IChannel& channel) {
-    return ODB::Delta(ODB::GetInputIdSpace()).Read(channel);
+    Kest::InputFrame frame(channel, *ODB::Delta::GetClassInfoStatic());
+    return frame.Close();
 }
 
 // Of several attributes with one key the first stays.

@@ -7,6 +7,7 @@
 #include "AttributeIndexTables.hpp"
 #include "CatchMemoryFull.hpp"
 #include "ContainerFilling.hpp"
+#include "SizeForecast.hpp"
 #include "UnsupportedVersion.hpp"
 #include "WriteOrFail.hpp"
 
@@ -59,6 +60,7 @@ int AttributeContainer::WriteVersion12(Kest::OChannel& channel, const Kest::Outp
         return channel.GetStatus();
 
     const bool asStates = frame.GetVersion() >= FirstWithStates;
+    SizeForecast forecast(channel, static_cast<std::size_t>(count));
     ODB::Association1NUntyped::RightWalk written(GetAttributeAssociation(), ODB::ConstRef<AttributeContainer>(this));
     while (const ODB::ObjectInfo* const record = written.Next()) {
         const GeneralAttribute& attribute = AttributeOf(*record);
@@ -66,6 +68,7 @@ int AttributeContainer::WriteVersion12(Kest::OChannel& channel, const Kest::Outp
             continue;
         if (const int status = asStates ? attribute.WriteIsolatedState(channel) : attribute.Write(channel); status != 0)
             return status;
+        forecast.Count(1);
     }
     return activeAttribute.WriteRef(channel);
 }

@@ -12,10 +12,10 @@
 namespace ADB {
 namespace {
 
-constexpr const char* TypeElement = "Attributes";
-constexpr const char* NameElement = "Type";
-constexpr const char* RefIdElement = "RefID";
-constexpr const char* AttributeElement = "Attribute";
+constexpr Kest::XMLName TypeElement = "Attributes";
+constexpr Kest::XMLName NameElement = "Type";
+constexpr Kest::XMLName RefIdElement = "RefID";
+constexpr Kest::XMLName AttributeElement = "Attribute";
 
 int WriteAttribute(Kest::XMLOChannel& channel, const GeneralAttribute& attribute) {
     channel.OpenTag(AttributeElement);

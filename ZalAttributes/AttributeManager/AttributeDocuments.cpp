@@ -20,8 +20,8 @@
 namespace ADB::AttributeDocuments {
 namespace {
 
-constexpr const char* TypesElement = "RegisteredAttributes";
-constexpr const char* TypeCountElement = "NumberOfRegisteredAttributes";
+constexpr Kest::XMLName TypesElement = "RegisteredAttributes";
+constexpr Kest::XMLName TypeCountElement = "NumberOfRegisteredAttributes";
 constexpr const char16_t* JournalName = u"Attribute.journal";   // of IO::FolderSave
 
 short GetRegisteredTypeCount() {

@@ -17,7 +17,7 @@ namespace {
 constexpr const char* DocumentName = "AttributeSet";
 
 struct FillElement {
-    const char* name;
+    Kest::XMLName name;
     short AttributeSet::Fills::*fill;
 };
 

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 
-#include <Kest/DebugOutput.hpp>
 #include <Kest/Frames.hpp>
 
 #include <AttributeManager/AttributeErrors.hpp>
@@ -11,6 +10,8 @@
 
 #include "CatchMemoryFull.hpp"
 #include "RegisteredTypeId.hpp"
+#include "SizeForecast.hpp"
+#include "UnsupportedVersion.hpp"
 #include "WriteOrFail.hpp"
 
 // Object stream, all versions:
@@ -28,18 +29,6 @@ constexpr unsigned int BuildingMaterials = 0x424D4154;   // 'BMAT'
 constexpr unsigned int GraphicOverrides = 0x474F5652;    // 'GOVR'
 constexpr unsigned int OperationProfiles = 0x45444F50;   // 'EDOP'
 constexpr std::size_t LeastEntrySize = 16;               // a GUID: all that is read of an unknown type
-
-void NoteUnsupported(const char* where, Kest::ClassVersion version) noexcept {
-    DBPrintf("ADB::AttributeSet::%s: Unsupported object version: (%d, %d)\n", where, version.GetMajor(),
-             version.GetMinor());
-}
-
-void NoteSkippedFrame(const char* where, Kest::ClassVersion version) noexcept {
-    NoteUnsupported(where, version);
-    ReadReport::Add({.kind = ReadReport::FrameSkipped,
-                     .className = AttributeSet::GetClassInfoStatic()->GetName(),
-                     .version = version});
-}
 
 bool WasKnownIn(Kest::ClassVersion version, unsigned int refId) {
     if (version < Kest::ClassVersion(2, 0) && (refId == GraphicOverrides || refId == OperationProfiles))
@@ -60,11 +49,16 @@ ODB::ConstRefList<AttributeContainer> CollectFilled(const AttributeSet& set, IsW
 }
 
 int WriteContainers(Kest::OChannel& channel, const ODB::ConstRefList<AttributeContainer>& containers) {
+    std::size_t total = 0;
+    for (const ODB::ConstRef<AttributeContainer>& container : containers)
+        total += container->GetAttributeNumber();
     channel.Write(static_cast<std::uint32_t>(containers.GetSize()));
+    SizeForecast forecast(channel, total);
     for (const ODB::ConstRef<AttributeContainer>& container : containers) {
         channel.Write(::GetAttributeRegister()->GetTypeGuid(RegisteredTypeIdOf(container->GetRefId())));
         if (const int status = container->Write(channel); status != 0)
             return status;
+        forecast.Count(container->GetAttributeNumber());
     }
     return channel.GetStatus();
 }
@@ -95,7 +89,7 @@ int AttributeSet::Read(Kest::IChannel& channel) {
         return frame.GetStatus();
     const Kest::ClassVersion version = frame.GetVersion();
     if (version.GetMajor() < 1 || version.GetMajor() > 4) {
-        NoteSkippedFrame("Read", version);
+        NoteSkippedFrame("ADB::AttributeSet::Read", *GetClassInfoStatic(), version, 0);
         return frame.Close();
     }
     const int status = CatchMemoryFull([&] { return ReadVersion1234(channel); });
@@ -133,7 +127,7 @@ int AttributeSet::ReadVersion1234(Kest::IChannel& channel) {
 int AttributeSet::WriteIsolatedState(Kest::OChannel& channel) const {
     Kest::OutputFrame frame(channel, *GetClassInfoStatic());
     if (frame.GetVersion().GetMajor() != 4) {
-        NoteUnsupported("WriteIsolatedState", frame.GetVersion());
+        PrintUnsupportedVersion("ADB::AttributeSet::WriteIsolatedState", frame.GetVersion());
         return frame.Close();
     }
     channel.Write(fills.solid);
@@ -149,7 +143,7 @@ int AttributeSet::ReadIsolatedState(Kest::IChannel& channel) {
     if (frame.GetStatus() != 0)
         return frame.GetStatus();
     if (frame.GetVersion().GetMajor() != 4) {
-        NoteSkippedFrame("ReadIsolatedState", frame.GetVersion());
+        NoteSkippedFrame("ADB::AttributeSet::ReadIsolatedState", *GetClassInfoStatic(), frame.GetVersion(), 0);
         return frame.Close();
     }
     Fills read;

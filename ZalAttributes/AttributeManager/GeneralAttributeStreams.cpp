@@ -260,6 +260,23 @@ int GeneralAttribute::ReadVersion4(Kest::IChannel& channel) {
     return status;
 }
 
+int GeneralAttribute::Store(Kest::ObjectState& state) const {
+    const short planVersion = UserDataConverter::GetOutputPlanVersion();
+    UserDataConverter::SetOutputPlanVersion(0);
+    const int status = Lum::Object::Store(state);
+    UserDataConverter::SetOutputPlanVersion(planVersion);
+    return status;
+}
+
+int GeneralAttribute::Restore(const Kest::ObjectState& state) {
+    const RegTblData before(memo);
+    memo.Delete();   // a stream without user data leaves what is there
+    const int status = Lum::Object::Restore(state);
+    if (status != Error::None)
+        memo = before;
+    return status;
+}
+
 int GeneralAttribute::WriteContentForIdGeneration(Kest::OChannel& channel) const {
     Lum::Object::WriteContentForIdGeneration(channel);
     channel.Write(GetAttributeTypeId());

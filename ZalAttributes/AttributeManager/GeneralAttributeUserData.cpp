@@ -12,6 +12,8 @@
 #include <AttributeManager/GeneralAttribute.hpp>
 #include <AttributeManager/UserDataConverter.hpp>
 
+#include "ScopedHandle.hpp"
+
 namespace ADB {
 namespace {
 
@@ -22,17 +24,6 @@ ConverterTable& GetConverters() {
     static auto* const converters = new ConverterTable;
     return *converters;
 }
-
-// A handle that is freed at the end of its scope.
-class ScopedHandle {
-public:
-    explicit ScopedHandle(char** owned = nullptr) noexcept : handle(owned) {}
-    ~ScopedHandle() { BMKillHandle(&handle); }
-    ScopedHandle(const ScopedHandle&) = delete;
-    ScopedHandle& operator=(const ScopedHandle&) = delete;
-
-    char** handle;
-};
 
 // Has `converter` rewrite the record of its owner in `table`.
 int ConvertRecord(GeneralAttribute::UserDataConverter& converter, const GeneralAttribute& attribute, char*** table) {

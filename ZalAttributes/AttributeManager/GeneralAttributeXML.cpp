@@ -20,7 +20,7 @@ namespace {
 
 using FlagNames = KestXML::NamedEnumType<short>;
 
-constexpr char FlagsElement[] = "Flags";
+constexpr Kest::XMLName FlagsElement = "Flags";
 
 const FlagNames& GetGeneralFlagNames() {
     static const FlagNames names(true, {
@@ -103,7 +103,7 @@ int GeneralAttribute::WriteGenAttrXML(Kest::XMLOChannel& channel, const KestXML:
 
 int GeneralAttribute::ReadGenAttrXML(Kest::XMLIChannel& channel, const KestXML::NamedEnumType<short>* flagNames,
                                      IRegDataReader* reader) {
-    return CatchMemoryFull([&]() -> int {
+    const int status = CatchMemoryFull([&]() -> int {
         IsolatedState content = BeginReading();
         content.memo.Delete();
         Lum::Object::ReadXML(channel);
@@ -113,13 +113,18 @@ int GeneralAttribute::ReadGenAttrXML(Kest::XMLIChannel& channel, const KestXML::
         if (hasFlags && ReadFlags(channel, GetFlagNames(flagNames), content.flags) != Error::None)
             return channel.GetStatus();
         channel.Read("ModiTime", content.modificationTime);
-        if (const int status = ReadMemo(channel, reader, content.memo); status != Error::None)
-            return status;
+        if (const int memoStatus = ReadMemo(channel, reader, content.memo); memoStatus != Error::None)
+            return memoStatus;
         if (!hasFlags && ReadReport::IsWanted())
             ReadReport::Add(MissingFlagsEntry(GetAttributeTypeId(), content.name, content.index));
         Take(std::move(content));
         return Error::None;
     });
+    if (status != Error::None && !memo.IsEmpty()) {   // user data never outlive the reading of others
+        const ODB::ModificationGate gate(*this);
+        memo.Delete();
+    }
+    return status;
 }
 
 }   // namespace ADB

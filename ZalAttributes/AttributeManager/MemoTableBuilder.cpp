@@ -1,75 +1,45 @@
 #include "MemoTableBuilder.hpp"
 
 #include <cstdint>
-#include <cstring>
 
 #include <Kest/HashTable.hpp>
 
 #include <AttributeManager/AttributeErrors.hpp>
 
-#include "ScopedHandle.hpp"
-
 namespace ADB {
-namespace {
-
-// As MemoRecord.hpp lays it out.
-struct MemoHeader {
-    std::uint32_t id1;
-    std::uint32_t id2;
-    std::uint16_t platform;
-    std::int16_t version;
-    std::uint32_t flags;
-    std::uint32_t length;
-    std::uint32_t zero;
-};
-static_assert(sizeof(MemoHeader) == ZalUtil::MemoHeaderSize);
-
-}   // namespace
 
 char* MemoTableBuilder::Append(const ZalUtil::MemoRecord& record) {
     const std::size_t start = bytes.size();
     bytes.resize(start + ZalUtil::MemoHeaderSize + record.length);
-    const MemoHeader header{
-        record.owner.id1, record.owner.id2, record.platform, record.version, record.flags, record.length, 0};
-    std::memcpy(bytes.data() + start, &header, sizeof header);
+    ZalUtil::StoreMemoHeader(bytes.data() + start, record);
     if (!owners.Add(record.owner))
         repeats = true;
-    return bytes.data() + start + sizeof header;
+    return bytes.data() + start + ZalUtil::MemoHeaderSize;
 }
 
-// The records with those of one owner made one: the last of them, in the place of the first.
-std::vector<char> MemoTableBuilder::MakeBytes() const {
+// The records of `earlier` and the own ones, those of one owner made one: the last of them, in the place of the first.
+std::vector<char> MemoTableBuilder::Join(std::span<const char> earlier) const {
     Kest::HashTable<ZalUtil::Owner, ZalUtil::MemoRecord> last;
-    ZalUtil::MemoRecordWalk walk(bytes.data(), bytes.size());
-    ZalUtil::MemoRecord record;
-    while (walk.Next(record))
-        last.Put(record.owner, record);
-    std::vector<char> made;
-    made.reserve(bytes.size());
-    for (const auto& [owner, counting] : last)
-        made.insert(made.end(), bytes.data() + counting.offset, bytes.data() + counting.GetEnd());
-    return made;
+    for (const std::span<const char> table : {earlier, std::span<const char>(bytes)}) {
+        ZalUtil::MemoRecordWalk walk(table.data(), table.size());
+        ZalUtil::MemoRecord record;
+        while (walk.Next(record))
+            last.Put(record.owner, record);
+    }
+    std::vector<char> joined;
+    joined.reserve(earlier.size() + bytes.size());
+    for (const auto& [owner, record] : last)
+        joined.insert(joined.end(), record.data - ZalUtil::MemoHeaderSize, record.data + record.length);
+    return joined;
 }
 
 int MemoTableBuilder::PutInto(RegTblData& table) const {
     if (bytes.empty())
         return Error::None;
-    if (table.IsEmpty()) {
-        const std::vector<char> unique = repeats ? MakeBytes() : std::vector<char>();
-        const std::vector<char>& content = repeats ? unique : bytes;
-        return table.UpdateRegTbl(content.data(), static_cast<std::int64_t>(content.size()));
-    }
-    ScopedHandle merged;
-    if (table.GetRegTbl(&merged.handle) != 0)
-        return Error::MemoryFull;
-    ZalUtil::MemoRecordWalk walk(bytes.data(), bytes.size());
-    ZalUtil::MemoRecord record;
-    while (walk.Next(record))
-        if (const int status = ZalM_PutRegMData(record.owner.id1, record.owner.id2, record.platform, record.version,
-                                                record.flags, record.length, record.data, &merged.handle);
-            status != Error::None)
-            return status;
-    return table.UpdateRegTbl(*merged.handle, BMGetHandleSize(merged.handle));
+    if (table.IsEmpty() && !repeats)
+        return table.UpdateRegTbl(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+    const std::vector<char> content = Join({table.GetBytes(), table.GetSize()});
+    return table.UpdateRegTbl(content.data(), static_cast<std::int64_t>(content.size()));
 }
 
 }   // namespace ADB

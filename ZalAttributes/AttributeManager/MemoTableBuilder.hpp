@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include <ZalUtil/MemoRecord.hpp>
@@ -22,7 +23,7 @@ public:
     int PutInto(RegTblData& table) const;
 
 private:
-    std::vector<char> MakeBytes() const;
+    std::vector<char> Join(std::span<const char> earlier) const;
 
     std::vector<char> bytes;   // records in the order of their coming
     SeenOwners owners;

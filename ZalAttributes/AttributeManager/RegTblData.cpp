@@ -39,7 +39,7 @@ ZalUtil::MemoCheckResult RegTblData::Check() const {
 Kest::Array<ZalUtil::Owner> RegTblData::GetOwners() const {
     Kest::Array<ZalUtil::Owner> owners;
     ZalUtil::MemoRecord record;
-    for (FirstRecordWalk walk(*this); walk.Next(record);)
+    for (FirstRecordWalk walk(*this, false); walk.Next(record);)
         owners.Push(record.owner);
     return owners;
 }

@@ -60,13 +60,22 @@ int RegTblData::Read(Kest::IChannel& channel) {
 
 int RegTblData::Write(Kest::OChannel& channel) const {
     Kest::OutputFrame frame(channel, *GetClassInfoStatic());
-    if (GetSize() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    const std::size_t size = GetSize();
+    if (size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         channel.Fail(Kest::ChannelStatus::TooLarge);
     } else {
-        channel.Write(static_cast<int>(GetSize()));
-        channel.WriteBlock(GetBytes(), GetSize());
+        channel.Write(static_cast<int>(size));
+        channel.WriteBlock(GetBytes(), size);
     }
     return frame.Close();
+}
+
+int RegTblData::Restore(const Kest::ObjectState& state) {
+    RegTblData restored;
+    const int status = restored.BaseRegTblData::Restore(state);
+    if (status == Error::None)
+        *this = restored;
+    return status;
 }
 
 }   // namespace ADB

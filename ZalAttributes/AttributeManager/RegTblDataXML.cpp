@@ -14,6 +14,7 @@
 
 #include "FirstRecordWalk.hpp"
 #include "MemoTableBuilder.hpp"
+#include "ReportLaterFrame.hpp"
 #include "ScopedHandle.hpp"
 #include "WriteOrFail.hpp"
 
@@ -25,9 +26,9 @@
 namespace ADB {
 namespace {
 
-constexpr char TableElement[] = "RegMemoTable";
-constexpr char RecordElement[] = "RegMemo";
-constexpr char DataElement[] = "Data";
+constexpr Kest::XMLName TableElement = "RegMemoTable";
+constexpr Kest::XMLName RecordElement = "RegMemo";
+constexpr Kest::XMLName DataElement = "Data";
 
 void WriteData(Kest::XMLOChannel& channel, const char* bytes, std::size_t size) {
     const Kest::XMLTag tag(channel, DataElement);
@@ -111,10 +112,10 @@ int RegTblData::WriteXML(Kest::XMLOChannel& channel, IRegDataWriter* writer) con
         channel.WriteVersion(GetClassInfoStatic()->GetVersion());
         ZalUtil::MemoRecord record;
         unsigned int owners = 0;
-        for (FirstRecordWalk walk(*this); walk.Next(record);)
+        for (FirstRecordWalk walk(*this, true); walk.Next(record);)
             ++owners;
         channel.Write("MemoNumber", owners);
-        for (FirstRecordWalk walk(*this); walk.Next(record);)
+        for (FirstRecordWalk walk(*this, true); walk.Next(record);)
             WriteRecord(channel, record, writer);
         return tag.Close();
     });
@@ -125,7 +126,8 @@ int RegTblData::ReadXML(Kest::XMLIChannel& channel, IRegDataReader* reader) {
         MemoTableBuilder table;
         Kest::XMLITag tag(channel, TableElement);
         Kest::ClassVersion version;
-        channel.ReadVersion(version);
+        if (channel.ReadVersion(version) == Error::None)
+            ReportLaterFrame(*GetClassInfoStatic(), version);
         unsigned int owners = 0;
         channel.Read("MemoNumber", owners);   // the elements that follow say it themselves
         while (channel.IsNextStartTag())
@@ -152,7 +154,8 @@ int RegTblData::ReadXML(Kest::XMLIChannel& channel) {
 
     Kest::XMLITag tag(channel, TableElement);
     Kest::ClassVersion version;
-    channel.ReadVersion(version);
+    if (channel.ReadVersion(version) == Error::None)
+        ReportLaterFrame(*GetClassInfoStatic(), version);
     if (!channel.IsNextStartTag())
         return tag.Close();
     Kest::XMLITag dataTag(channel, DataElement);
@@ -168,8 +171,10 @@ int RegTblData::ReadXML(Kest::XMLIChannel& channel) {
         throw KestXML::XMLIChannelException("ReadXMLCDATAHexToBin failed", source, line, cause);
     }
     dataTag.Close();
-    if (tag.Close() != Error::None || size == 0)
+    if (tag.Close() != Error::None)
         return channel.GetStatus();
+    if (size == 0)
+        return PutData(nullptr, 0);
     Kest::PlatformSign writer = Kest::PlatformSign::LittleEndian;
     channel.GetProtocolPlatform(writer);
     return Take(bytes.get(), size, writer);

@@ -25,7 +25,7 @@ struct Command {
     std::string (*getHelp)();
 
     /// Does it. \p arguments are those behind the command's name. Results go to \p out; lines for the user, which the
-    /// caller prints when everything else is done, to \p notes. How far it is goes to \p progress.
+    /// caller prints when everything else is done or has failed, to \p notes. How far it is goes to \p progress.
     /// \throws Failure when it cannot be done
     ExitCode (*run)(std::span<const std::string> arguments, std::ostream& out, std::ostream& notes, Progress& progress);
 };

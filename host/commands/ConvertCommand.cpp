@@ -15,7 +15,9 @@ constexpr Option Options[] = {{"--stream-version", "N"}, {"--help", ""}};
 std::string GetConvertHelp() {
     return R"help(Usage: zalattributes convert IN OUT [--stream-version 1|2|3|4]
 
-Reads one input and saves it in another form.
+Reads one input and saves it in another form. As nothing is merged, the fills of the set and its active attributes are
+taken too; import, which merges, takes neither from its further documents. A folder that import or convert has made and
+that is saved as a folder keeps every byte.
 
 IN is whatever list reads: a folder of documents, a store (.zas), a drawing or a library. OUT is a store when its name
 ends in .zas, else a folder of documents; what is there already is replaced as a whole.
@@ -34,7 +36,8 @@ Besides what versions leave out that are, in XML, active attributes, the order o
 An input that was not read whole is never saved over; nor is one that would lose something.
 
 Exit codes: 0 done; 1 done, but something was lost on reading or writing; 2 not done: one line on standard error says
-why and what to do.
+why and what to do. 2 is also the answer when OUT is saved but standard output cannot be written: standard error has all
+its lines then, and the last one says so.
 
 Example: a folder of documents becomes a store, for an older program
   zalattributes convert attributes attributes.zas --stream-version 2

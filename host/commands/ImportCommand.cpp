@@ -17,7 +17,8 @@ std::string GetImportHelp() {
 Reads drawings, libraries and documents into one set of attributes, as list does, and saves the set.
 
 FILE is whatever list reads: a drawing (DXF), a line-type file (.lin), a hatch-pattern file (.pat), a folder of
-documents or a store (.zas). The second and every further one is merged with what is there.
+documents or a store (.zas). The second and every further one is merged with what is there; of documents, neither the
+fills of the set nor the active attributes are taken then.
 
 Options:
   --out TARGET      where the set is saved. A name that ends in .zas is a store: one binary file, sealed by checksums.
@@ -35,7 +36,8 @@ An input that was not read whole, because a later program wrote it or because it
 nor is one that would lose something.
 
 Exit codes: 0 done; 1 done, but something was lost on reading or writing; 2 not done: one line on standard error says
-why and what to do.
+why and what to do. 2 is also the answer when TARGET is saved but standard output cannot be written: standard error has
+all its lines then, and the last one says so.
 
 SOURCE_DATE_EPOCH, in seconds since 1970, is the time of day in place of the clock's when it is set.
 

@@ -24,7 +24,7 @@ a pen table, line types and dimension standards. The binary form of DXF is not r
 The second and every further file is merged: an attribute that is there already, with the same name in any letter case
 and the same content, is used again; one with other content under a taken name gets a number, "Wall (1)". A line type
 that a layer names but its drawing does not define is the one of that name from another file or, until there is one,
-known as missing.
+known as missing. Of documents that are merged, neither the fills of the set nor the active attributes are taken.
 
 Options:
   --type KIND       only attributes of this kind, which is one of

@@ -2,6 +2,7 @@
 
 #include "Failure.hpp"
 #include "Session.hpp"
+#include "documents/DocumentReader.hpp"
 #include "documents/DocumentWriter.hpp"
 #include "documents/LossReport.hpp"
 #include "kinds/KindTable.hpp"
@@ -43,7 +44,8 @@ void CheckLosses(const FileImporter& importer, const Target& target, const std::
 
 ExitCode ReadAndSave(std::string_view command, std::span<const std::string> inputs, const Target& target,
                      std::ostream& out, std::ostream& notes, Progress& progress) {
-    const Session session;
+    const bool isSameDocument = inputs.size() == 1;   // what is merged is a new one
+    const Session session(isSameDocument ? FindStoredSetId(inputs.front()) : Kest::Guid());
     const SetRef set = session.GetSet();
     FileImporter importer(session.GetSet());
     progress.Begin(command, inputs.size() + 2);
@@ -65,6 +67,9 @@ ExitCode ReadAndSave(std::string_view command, std::span<const std::string> inpu
             notes << line << '\n';
     for (const std::string& loss : losses)
         notes << EscapeForMessage(target.path) << ": lost: " << loss << '\n';
+    if (!out.flush())
+        throw Failure(EscapeForMessage(target.path) + ": it is saved, but standard output cannot be written: check " +
+                      "where that goes and that there is room");
     return losses.empty() && !importer.HasLosses() ? Done : Findings;
 }
 

@@ -2,6 +2,7 @@
 
 #include "DebugCapture.hpp"
 #include "Failure.hpp"
+#include "MainDocument.hpp"
 #include "SetForm.hpp"
 #include "StatusText.hpp"
 #include "output/SafeText.hpp"
@@ -11,20 +12,16 @@
 
 #include <Kest/Frames.hpp>
 #include <Kest/MemoryChannels.hpp>
-#include <Kest/XMLIChannel.hpp>
-#include <Kest/XMLIChannelException.hpp>
 
 #include <IO/Files.hpp>
 #include <IO/Location.hpp>
 
-#include <AttributeManager/AttributeErrors.hpp>
 #include <AttributeManager/AttributeSetStore.hpp>
 
 namespace Host {
 
 namespace {
 
-constexpr char16_t MainDocument[] = u"Attribute.xml";
 constexpr char16_t Journal[] = u"Attribute.journal";   // stands in for the documents after an interrupted save
 
 IO::Location LocationOf(const std::string& path) {
@@ -36,16 +33,12 @@ IO::Location In(IO::Location folder, const char16_t* name) {
     return folder;
 }
 
-bool IsStoreDocument(const IO::Location& document) {
-    std::string text;
-    if (IO::ReadFile(document, text) != 0)
-        return false;
-    try {
-        const Kest::XMLIChannel channel(std::move(text), "AttributeSetStore");
-        return true;
-    } catch (const KestXML::XMLIChannelException&) {
-        return false;
-    }
+// Of a folder of documents, or of the main document in it.
+IO::Location FolderOf(const std::string& path) {
+    IO::Location folder = LocationOf(path);
+    if (!IO::IsFolder(folder))
+        folder.DeleteLastLocalName();
+    return folder.IsEmpty() ? IO::Location(u".") : folder;
 }
 
 using Messages = Kest::Array<Kest::UniString>;
@@ -56,14 +49,10 @@ int ReadStoreDocuments(const IO::Location& document, const ODB::Ref<ADB::Attribu
     return status != 0 ? status : store.Load(set);
 }
 
-// Behind an interrupted save the main document may be of the other kind than it looks.
-int ReadEitherDocuments(const IO::Location& document, const ODB::Ref<ADB::AttributeSet>& set, Messages& messages) {
-    const bool isStore = IsStoreDocument(document);
-    const auto read = [&](bool asStore) {
-        return asStore ? ReadStoreDocuments(document, set, messages) : set->CustomReadXML(document, nullptr, messages);
-    };
-    const int status = read(isStore);
-    return status == ADB::Error::WrongCall && read(!isStore) == 0 ? 0 : status;
+int ReadEitherDocuments(const IO::Location& folder, const ODB::Ref<ADB::AttributeSet>& set, Messages& messages) {
+    const IO::Location document = In(folder, MainDocumentName);
+    return LookAtMainDocument(folder).isOfStore ? ReadStoreDocuments(document, set, messages)
+                                                : set->CustomReadXML(document, nullptr, messages);
 }
 
 // The first thing that the library said, in one line.
@@ -87,7 +76,11 @@ int GetStreamVersion(const ADB::AttributeSetStore& store) {
 
 bool IsDocumentFolder(const std::string& path) {
     const IO::Location location = LocationOf(path);
-    return IO::IsFolder(location) || location.GetLastLocalName() == MainDocument;
+    return IO::IsFolder(location) || location.GetLastLocalName() == MainDocumentName;
+}
+
+Kest::Guid FindStoredSetId(const std::string& path) {
+    return IsDocumentFolder(path) ? LookAtMainDocument(FolderOf(path)).setId : Kest::Guid();
 }
 
 bool BeginsLikeStore(std::string_view bytes) {
@@ -99,16 +92,13 @@ bool BeginsLikeStore(std::string_view bytes) {
 
 void ReadDocuments(const std::string& path, const ODB::Ref<ADB::AttributeSet>& set, std::vector<std::string>& notes) {
     const std::string shown = EscapeForMessage(path);
-    IO::Location folder = LocationOf(path);
-    if (!IO::IsFolder(folder))
-        folder.DeleteLastLocalName();
-    const IO::Location document = In(folder, MainDocument);
-    if (!IO::IsFile(document) && !IO::IsFile(In(folder, Journal)))
+    const IO::Location folder = FolderOf(path);
+    if (!IO::IsFile(In(folder, MainDocumentName)) && !IO::IsFile(In(folder, Journal)))
         throw Failure(shown + ": this is a folder without Attribute.xml: name the files in it");
 
     const DebugCapture debug;
     Messages messages;
-    if (const int status = ReadEitherDocuments(document, set, messages); status != 0)
+    if (const int status = ReadEitherDocuments(folder, set, messages); status != 0)
         throw Failure(shown + ": the documents cannot be read (" + Reason(messages, debug, status) +
                       "): get a complete copy of the folder");
     for (const Kest::UniString& message : messages)

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include <Kest/Guid.hpp>
+
 #include <ODB/Ref.hpp>
 
 #include <AttributeManager/AttributeSet.hpp>
@@ -12,6 +14,10 @@ namespace Host {
 
 /// Whether \p path is to be read as a folder of documents: it is a folder, or the main document of one.
 bool IsDocumentFolder(const std::string& path);
+
+/// The id of the set whose documents are in the folder \p path; null when there are none, or those of a store.
+/// \throws std::bad_alloc
+Kest::Guid FindStoredSetId(const std::string& path);
 
 /// Whether \p bytes, of a whole file, are those of a store.
 bool BeginsLikeStore(std::string_view bytes);

@@ -31,7 +31,8 @@ void WriteFolder(const SetRef& set, const IO::Location& folder, const std::strin
     Kest::Array<Kest::UniString> messages;
     const int status = set->CustomWriteXML(folder, nullptr, messages);
     if (status != 0)
-        Refuse(shownPath, messages.IsEmpty() ? Kest::UniString() : messages.GetFirst(), status);
+        Refuse(shownPath, messages.IsEmpty() ? Kest::UniString() : messages.GetLast(),
+               status);   // why the files failed
     for (const Kest::UniString& message : messages)
         notes.push_back(shownPath + ": " + TextOfMessage(message));
 }

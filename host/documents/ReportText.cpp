@@ -25,7 +25,7 @@ std::string TextOfAttribute(const ReadReport::Entry& entry) {
 }
 
 std::string TextOfSkippedFrame(const ReadReport::Entry& entry) {
-    std::string text = "a part that a later version wrote was passed over";
+    std::string text = "a part that another version wrote was passed over";
     if (entry.className != nullptr)
         text += " (" + std::string(entry.className);
     if (entry.className != nullptr && entry.version.GetMajor() != 0)

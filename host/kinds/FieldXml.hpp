@@ -18,13 +18,13 @@ namespace Host {
 
 namespace Detail {
 
-inline constexpr char ItemName[] = "Item";
+inline constexpr Kest::XMLName ItemName = "Item";
 
 template <class Owner>
 bool ReadFieldElements(Kest::XMLIChannel& channel, Owner& owner);
 
 template <class Value>
-void WriteElement(Kest::XMLOChannel& channel, const char* name, const Value& value) {
+void WriteElement(Kest::XMLOChannel& channel, Kest::XMLName name, const Value& value) {
     if constexpr (IsOptional<Value>::value) {
         if (value)
             WriteElement(channel, name, *value);
@@ -42,7 +42,7 @@ void WriteElement(Kest::XMLOChannel& channel, const char* name, const Value& val
 
 // Reads the next element, which has that name. Returns whether all of it was known.
 template <class Value>
-bool ReadElement(Kest::XMLIChannel& channel, const char* name, Value& value) {
+bool ReadElement(Kest::XMLIChannel& channel, Kest::XMLName name, Value& value) {
     bool knowsAll = true;
     if constexpr (IsOptional<Value>::value) {
         knowsAll = ReadElement(channel, name, value.emplace());

@@ -4,6 +4,7 @@
 #include "FieldStream.hpp"
 #include "FieldXml.hpp"
 
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <new>
@@ -127,7 +128,8 @@ public:
     /// \name Streams and documents
     /// The general part in the version asked for, then a frame of the kind's class with its fields; in XML, the general
     /// elements, then those of the fields (see FieldStream.hpp and FieldXml.hpp). When the fields cannot be read, the
-    /// general part is as it was too. A later version of the fields is passed over, and so are elements that no field
+    /// general part is as it was too; user data are gone when the general part of a document cannot be read. What
+    /// another version of the class has written and we do not know is passed over, and so are elements that no field
     /// has: the read report names them.
     /// @{
     int Read(Kest::IChannel& channel) override {
@@ -252,8 +254,11 @@ template <class Channel, class ReadGeneral>
 int Kind<Derived, FieldStruct>::ReadWhole(Channel& channel, ReadGeneral&& readGeneral) try {
     const ADB::GeneralAttribute::IsolatedState before(*this);
     FieldStruct read(fields);
-    if (const int status = readGeneral(); status != 0)
+    if (const int status = readGeneral(); status != 0) {
+        if constexpr (std::same_as<Channel, Kest::XMLIChannel>)   // its general part lets go of the user data
+            ADB::GeneralAttribute::RestoreIsolatedState(&before);
         return status;
+    }
     const int status = ReadOwn(channel, read);
     if (status == 0)
         Take(std::move(read));
@@ -270,9 +275,10 @@ int Kind<Derived, FieldStruct>::ReadOwn(Kest::IChannel& channel, FieldStruct& ta
     Kest::InputFrame frame(channel, *GetClassInfoStatic());
     if (frame.GetStatus() != 0)
         return frame.GetStatus();
-    if (frame.GetVersion() > current)
+    const bool isOfThisMajor = frame.GetVersion().GetMajor() == current.GetMajor();
+    if (!isOfThisMajor || frame.GetVersion() > current)
         ReportSkipped(frame.GetVersion());
-    if (frame.GetVersion().GetMajor() == current.GetMajor()) {
+    if (isOfThisMajor) {
         try {
             ReadFields(channel, target);
         } catch (const std::bad_alloc&) {

@@ -37,9 +37,7 @@ OutputFrame::OutputFrame(OChannel& target, const ClassInfo& info)
     channel.cursor += FrameHeaderSize;
 }
 
-int OutputFrame::Close() {
-    if (!isOpen)
-        return channel.status;
+int OutputFrame::End() {
     isOpen = false;
     if (channel.status == ChannelStatus::None) {
         const std::uint64_t length = channel.GetSize() - start - FrameHeaderSize;
@@ -117,14 +115,12 @@ void InputFrame::Open(const ClassInfo& info) {
     isOpen = true;
 }
 
-int InputFrame::Close() {
-    if (isOpen) {
-        isOpen = false;
-        channel.cursor = behind;
-        channel.limit = outerLimit;
-        channel.isVerified = outerIsVerified;
-        --channel.openFrames;
-    }
+int InputFrame::End() noexcept {
+    isOpen = false;
+    channel.cursor = behind;
+    channel.limit = outerLimit;
+    channel.isVerified = outerIsVerified;
+    --channel.openFrames;
     return channel.status;
 }
 

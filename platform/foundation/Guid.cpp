@@ -12,16 +12,21 @@ namespace {
 // "{08DE19E5-D6A1-4E65-B87A-550201F72C02}"
 constexpr std::size_t TextLength = 38;
 
-constexpr bool IsHyphenAt(std::size_t at) noexcept {
-    return at == 9 || at == 14 || at == 19 || at == 24;
-}
+constexpr std::size_t HyphenPlaces[] = {9, 14, 19, 24};
 
-constexpr int ValueOfDigit(char digit) noexcept {
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    const int lower = digit | 0x20;
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
+// Where the two digits of each byte begin.
+constexpr std::array<std::size_t, 16> PairPlaces = {1, 3, 5, 7, 10, 12, 15, 17, 20, 22, 25, 27, 29, 31, 33, 35};
+
+// By character; -1 for what is no digit.
+constexpr auto DigitValues = [] {
+    std::array<std::int8_t, 256> values{};
+    values.fill(-1);
+    for (int value = 0; value < 16; ++value) {
+        values[static_cast<unsigned char>("0123456789ABCDEF"[value])] = static_cast<std::int8_t>(value);
+        values[static_cast<unsigned char>("0123456789abcdef"[value])] = static_cast<std::int8_t>(value);
+    }
+    return values;
+}();
 
 constinit std::atomic<Guid::GuidSource> sourceInForce{nullptr};   // null: the default one
 
@@ -61,20 +66,20 @@ Guid::Guid(const char* text) noexcept {
 bool Guid::Parse(std::string_view text, Guid& guid) noexcept {
     if (text.size() != TextLength || text.front() != '{' || text.back() != '}')
         return false;
-    Guid parsed;
-    for (std::size_t at = 1; at + 1 < TextLength; ++at) {
-        if (IsHyphenAt(at)) {
-            if (text[at] != '-')
-                return false;
-            continue;
-        }
-        const int value = ValueOfDigit(text[at]);
-        if (value < 0)
+    for (const std::size_t hyphen : HyphenPlaces)
+        if (text[hyphen] != '-')
             return false;
-        parsed.high = parsed.high << 4 | parsed.low >> 60;
-        parsed.low = parsed.low << 4 | static_cast<std::uint64_t>(value);
+    Bytes bytes{};
+    int allDigits = 0;   // negative as soon as one is none
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        const int high = DigitValues[static_cast<unsigned char>(text[PairPlaces[at]])];
+        const int low = DigitValues[static_cast<unsigned char>(text[PairPlaces[at] + 1])];
+        allDigits |= high | low;
+        bytes[at] = static_cast<std::uint8_t>((high & 0xF) << 4 | (low & 0xF));
     }
-    guid = parsed;
+    if (allDigits < 0)
+        return false;
+    guid = Guid(bytes);
     return true;
 }
 
@@ -82,13 +87,10 @@ std::string Guid::ToText() const {
     std::string text(TextLength, '-');
     text.front() = '{';
     text.back() = '}';
-    Guid rest = *this;
-    for (std::size_t at = TextLength - 2; at > 0; --at) {
-        if (IsHyphenAt(at))
-            continue;
-        text[at] = "0123456789ABCDEF"[rest.low & 0xF];
-        rest.low = rest.low >> 4 | rest.high << 60;
-        rest.high >>= 4;
+    const Bytes bytes = GetBytes();
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        text[PairPlaces[at]] = "0123456789ABCDEF"[bytes[at] >> 4];
+        text[PairPlaces[at] + 1] = "0123456789ABCDEF"[bytes[at] & 0xF];
     }
     return text;
 }

@@ -44,18 +44,28 @@ bool OChannel::EnsureMore(std::size_t size) {
         Fail(ChannelStatus::TooLarge);
         return false;
     }
-    const std::size_t capacity = std::max({FirstSize, used + size, std::min(most, 2 * used)});
-    char* const grown = new (std::nothrow) char[capacity];
-    if (grown == nullptr) {
+    if (!Grow(std::max({FirstSize, used + size, std::min(most, 2 * used)})))
         Fail(ChannelStatus::MemoryFull);
+    return status == ChannelStatus::None;
+}
+
+bool OChannel::Grow(std::size_t capacity) noexcept {
+    const std::size_t used = GetSize();
+    char* const grown = new (std::nothrow) char[capacity];
+    if (grown == nullptr)
         return false;
-    }
     if (used > 0)
         std::memcpy(grown, buffer, used);
     delete[] std::exchange(buffer, grown);
     cursor = buffer + used;
     end = buffer + capacity;
     return true;
+}
+
+void OChannel::Expect(std::size_t size) noexcept {
+    const std::size_t used = GetSize();
+    if (status == ChannelStatus::None && size > static_cast<std::size_t>(end - cursor) && size < SIZE_MAX / 4 - used)
+        Grow(used + size);
 }
 
 int OChannel::Fail(int code) noexcept {

@@ -120,7 +120,7 @@ int XMLIChannel::EndDocument() noexcept {
     return Try([this] { return scanner->End(); });
 }
 
-int XMLIChannel::OpenTag(const char* name) noexcept {
+int XMLIChannel::OpenTag(XMLName name) noexcept {
     return Try([this, name] { return scanner->Open(name); });
 }
 
@@ -138,13 +138,13 @@ bool XMLIChannel::IsNextStartTag() noexcept {
     return status == 0 && scanner->IsNextStartTag();
 }
 
-bool XMLIChannel::IsNextTag(const char* name) noexcept {
+bool XMLIChannel::IsNextTag(XMLName name) noexcept {
     return status == 0 && scanner->IsNextTag(name);
 }
 
 // A value that is written in ASCII.
 template <class Value>
-int XMLIChannel::ReadValue(const char* name, Value& value) noexcept {
+int XMLIChannel::ReadValue(XMLName name, Value& value) noexcept {
     return Try([this, name, &value] {
         Value parsed{};
         std::string_view content;
@@ -167,38 +167,38 @@ int XMLIChannel::ReadValue(const char* name, Value& value) noexcept {
     });
 }
 
-int XMLIChannel::Read(const char* name, short& value) noexcept {
+int XMLIChannel::Read(XMLName name, short& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, unsigned short& value) noexcept {
+int XMLIChannel::Read(XMLName name, unsigned short& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, int& value) noexcept {
+int XMLIChannel::Read(XMLName name, int& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, unsigned int& value) noexcept {
+int XMLIChannel::Read(XMLName name, unsigned int& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, std::int64_t& value) noexcept {
+int XMLIChannel::Read(XMLName name, std::int64_t& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, std::uint64_t& value) noexcept {
+int XMLIChannel::Read(XMLName name, std::uint64_t& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, bool& value) noexcept {
+int XMLIChannel::Read(XMLName name, bool& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, double& value) noexcept {
+int XMLIChannel::Read(XMLName name, double& value) noexcept {
     return ReadValue(name, value);
 }
-int XMLIChannel::Read(const char* name, Guid& value) noexcept {
+int XMLIChannel::Read(XMLName name, Guid& value) noexcept {
     return ReadValue(name, value);
 }
 int XMLIChannel::ReadVersion(ClassVersion& version) noexcept {
     return ReadValue("ClassVersion", version);
 }
 
-int XMLIChannel::Read(const char* name, UniString& value) noexcept {
+int XMLIChannel::Read(XMLName name, UniString& value) noexcept {
     return Try([this, name, &value] {
         std::u16string_view text;
         if (!scanner->ReadElement(name, text) || !scanner->UndoEscapes(text))
@@ -219,7 +219,7 @@ int XMLIChannel::ReadText(UniString& value) noexcept {
 }
 
 int XMLIChannel::ReadCDATASize(unsigned int& size) noexcept {
-    constexpr char Name[] = "CDATASize";
+    constexpr XMLName Name = "CDATASize";
     unsigned int claimed = 0;
     if (Read(Name, claimed) != 0)
         return status;

@@ -30,13 +30,6 @@ constexpr auto LineStart = [] {
     return start;
 }();
 
-constexpr auto IsOurNamePart = [] {
-    std::array<bool, 256> isPart{};
-    for (std::size_t byte = 0; byte < 128; ++byte)
-        isPart[byte] = XMLText::IsNamePart(static_cast<char>(byte)) && byte != ':';
-    return isPart;
-}();
-
 constexpr auto HexPairs = [] {
     std::array<char, 512> pairs{};
     for (std::size_t byte = 0; byte < 256; ++byte) {
@@ -60,15 +53,23 @@ char* PutBlocks(char* out, const char* piece, std::size_t size) noexcept {
     return out + size;
 }
 
-// The end of the name's copy, or null when it is no proper one.
-char* PutName(char* out, const char* name) noexcept {
-    if (!XMLText::IsLetter(*name) && *name != '_')
-        return nullptr;
-    const char* const longest = name + XMLOChannel::MaximalNameLength;
-    do {
-        *out++ = *name++;
-    } while (IsOurNamePart[static_cast<unsigned char>(*name)] && name < longest);
-    return *name == '\0' ? out : nullptr;
+// A copy of a few bytes, for which a call of memcpy would take longer.
+char* PutShort(char* out, std::string_view text) noexcept {
+    const char* const from = text.data();
+    const std::size_t size = text.size();
+    if (size > BlockSize)
+        return Put(out, text);
+    if (size >= BlockSize / 2) {
+        std::memcpy(out, from, BlockSize / 2);
+        std::memcpy(out + size - BlockSize / 2, from + size - BlockSize / 2, BlockSize / 2);
+    } else if (size >= BlockSize / 4) {
+        std::memcpy(out, from, BlockSize / 4);
+        std::memcpy(out + size - BlockSize / 4, from + size - BlockSize / 4, BlockSize / 4);
+    } else {
+        for (std::size_t at = 0; at < size; ++at)
+            out[at] = from[at];
+    }
+    return out + size;
 }
 
 // As Guid::ToText, without its memory.
@@ -144,9 +145,9 @@ int XMLOChannel::BeginDocument() noexcept {
         return FailWith(ChannelStatus::MemoryFull, "No memory to write document \"%s\"");
 
     char* out = Put(buffer.get(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<");
-    out = PutName(out, openTags.c_str());
-    if (out == nullptr)
+    if (!XMLName(openTags.c_str()).IsProper())
         return FailForName();
+    out = Put(out, openTags);
     *out++ = '>';
     Advance(out);
     tagStarts[0] = 0;
@@ -202,19 +203,21 @@ char* XMLOChannel::BeginLine(std::size_t size) noexcept {
 
 // As BeginLine, with a start tag already there: \p end is its end, null on a failed channel. Room is left for the end
 // tag too. \returns the name inside the tag.
-std::string_view XMLOChannel::BeginElement(const char* name, std::size_t size, char*& end) noexcept {
-    end = BeginLine(2 * MaximalNameLength + 5 + size);
+std::string_view XMLOChannel::BeginElement(XMLName name, std::size_t size, char*& end) noexcept {
+    const std::string_view text = name;
+    if (!name.IsProper()) {
+        FailForName();
+        end = nullptr;
+        return {};
+    }
+    end = BeginLine(2 * text.size() + 5 + size);
     if (end == nullptr)
         return {};
     *end++ = '<';
     const char* const tag = end;
-    end = PutName(end, name);
-    if (end == nullptr) {
-        FailForName();
-        return {};
-    }
+    end = PutShort(end, text);
     *end++ = '>';
-    return {tag, static_cast<std::size_t>(end - tag - 1)};
+    return {tag, text.size()};
 }
 
 bool XMLOChannel::PushTag(std::string_view name) noexcept {
@@ -234,7 +237,7 @@ bool XMLOChannel::PushTag(std::string_view name) noexcept {
     return true;
 }
 
-int XMLOChannel::OpenTag(const char* name) noexcept {
+int XMLOChannel::OpenTag(XMLName name) noexcept {
     char* out = nullptr;
     const std::string_view tag = BeginElement(name, 0, out);
     if (out != nullptr && PushTag(tag))
@@ -267,7 +270,7 @@ int XMLOChannel::CloseElement() noexcept {
 // An element on one line. \p encode writes at most \p longest bytes, far less than the buffer, to the place it is given
 // and returns their end.
 template <class Encode>
-int XMLOChannel::WriteValue(const char* name, std::size_t longest, Encode encode) noexcept {
+int XMLOChannel::WriteValue(XMLName name, std::size_t longest, Encode encode) noexcept {
     char* out = nullptr;
     const std::string_view tag = BeginElement(name, longest, out);
     if (out == nullptr)
@@ -282,39 +285,39 @@ int XMLOChannel::WriteValue(const char* name, std::size_t longest, Encode encode
 }
 
 template <class Number>
-int XMLOChannel::WriteNumber(const char* name, Number value) noexcept {
+int XMLOChannel::WriteNumber(XMLName name, Number value) noexcept {
     constexpr std::size_t Longest = 32;   // "-1.7976931348623157e+308", "-9223372036854775808"
     return WriteValue(name, Longest, [value](char* out) { return std::to_chars(out, out + Longest, value).ptr; });
 }
 
-int XMLOChannel::Write(const char* name, short value) noexcept {
+int XMLOChannel::Write(XMLName name, short value) noexcept {
     return WriteNumber(name, value);
 }
-int XMLOChannel::Write(const char* name, unsigned short value) noexcept {
+int XMLOChannel::Write(XMLName name, unsigned short value) noexcept {
     return WriteNumber(name, value);
 }
-int XMLOChannel::Write(const char* name, int value) noexcept {
+int XMLOChannel::Write(XMLName name, int value) noexcept {
     return WriteNumber(name, value);
 }
-int XMLOChannel::Write(const char* name, unsigned int value) noexcept {
+int XMLOChannel::Write(XMLName name, unsigned int value) noexcept {
     return WriteNumber(name, value);
 }
-int XMLOChannel::Write(const char* name, std::int64_t value) noexcept {
+int XMLOChannel::Write(XMLName name, std::int64_t value) noexcept {
     return WriteNumber(name, value);
 }
-int XMLOChannel::Write(const char* name, std::uint64_t value) noexcept {
+int XMLOChannel::Write(XMLName name, std::uint64_t value) noexcept {
     return WriteNumber(name, value);
 }
 
-int XMLOChannel::Write(const char* name, double value) noexcept {
+int XMLOChannel::Write(XMLName name, double value) noexcept {
     return WriteNumber(name, std::isnan(value) ? std::numeric_limits<double>::quiet_NaN() : value);   // never "-nan"
 }
 
-int XMLOChannel::Write(const char* name, bool value) noexcept {
+int XMLOChannel::Write(XMLName name, bool value) noexcept {
     return WriteValue(name, 5, [value](char* out) { return Put(out, value ? "true" : "false"); });
 }
 
-int XMLOChannel::Write(const char* name, const Guid& value) noexcept {
+int XMLOChannel::Write(XMLName name, const Guid& value) noexcept {
     return WriteValue(name, 38, [&value](char* out) { return PutGuid(out, value); });
 }
 
@@ -326,7 +329,7 @@ int XMLOChannel::WriteVersion(ClassVersion version) noexcept {
     });
 }
 
-int XMLOChannel::Write(const char* name, const UniString& value) noexcept {
+int XMLOChannel::Write(XMLName name, const UniString& value) noexcept {
     constexpr std::size_t LongestInOnePiece = 1000;
     const std::u16string_view text = value.GetView();
     if (text.size() > LongestInOnePiece)
@@ -337,7 +340,7 @@ int XMLOChannel::Write(const char* name, const UniString& value) noexcept {
     });
 }
 
-int XMLOChannel::WriteLongText(const char* name, std::u16string_view text) noexcept {
+int XMLOChannel::WriteLongText(XMLName name, std::u16string_view text) noexcept {
     constexpr std::size_t Piece = 4096;
     char* out = nullptr;
     BeginElement(name, 0, out);
@@ -350,7 +353,7 @@ int XMLOChannel::WriteLongText(const char* name, std::u16string_view text) noexc
             return status;
         Advance(XMLText::EncodeText(text, position, std::min(position + Piece, text.size()), out));
     }
-    const std::string_view tag(name);
+    const std::string_view tag = name;
     out = Room(tag.size() + 3);
     if (out != nullptr)
         Advance(PutEndTag(out, tag));

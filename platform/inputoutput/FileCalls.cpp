@@ -29,4 +29,12 @@ std::string FolderOf(const std::string& path) {
     return path.substr(0, separator == 0 ? 1 : separator);
 }
 
+std::string NameOf(const std::string& path) {
+    return path.substr(path.find_last_of('/') + 1);   // all of it without a separator
+}
+
+std::string HiddenBeside(const std::string& path, const std::string& suffix) {
+    return FolderOf(path) + "/." + NameOf(path) + suffix;
+}
+
 }   // namespace IO

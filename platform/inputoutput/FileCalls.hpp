@@ -59,10 +59,13 @@ struct FileFacts {
     bool IsFile() const noexcept { return kind == Kind::File; }
     bool IsThere() const noexcept { return kind != Kind::Nothing; }
 
+    /// Whether both tell of the same file or folder, whatever is in it now.
+    bool IsSameEntry(const FileFacts& other) const noexcept {
+        return kind == other.kind && device == other.device && number == other.number;
+    }
     /// Whether both tell of the same file with the same content, wherever it has been renamed to.
     bool IsSameFile(const FileFacts& other) const noexcept {
-        return kind == other.kind && device == other.device && number == other.number && size == other.size &&
-               modified == other.modified;
+        return IsSameEntry(other) && size == other.size && modified == other.modified;
     }
 };
 
@@ -72,13 +75,18 @@ public:
     OpenFile() noexcept = default;
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile() { Close(); }
+    ~OpenFile() {
+        Close();
+        Release();
+    }
 
     /// \name Opening. The object must be closed.
     /// @{
     /// Opens a file, no folder and no device, to read; does not wait for anybody.
     std::error_code OpenToRead(const std::string& newPath);
     /// Makes a file where nothing is, with the permissions and if possible the owner of \p replaced, if that is one.
+    /// It is held until Release: RemoveStray leaves it alone, and its number on the device goes to no other file.
+    /// \returns errc::file_exists also when a RemoveStray has come between
     std::error_code OpenNew(const std::string& newPath, const FileFacts& replaced);
     /// Makes or opens a file that nobody else holds open like this. It stays locked until it is closed; the program's
     /// end closes it too. \returns errc::resource_unavailable_try_again when somebody else has it
@@ -93,18 +101,23 @@ public:
     std::error_code Flush();
     /// Closes it, also when it fails. Nothing to do when it is closed already.
     std::error_code Close();
+    /// Holds the file of OpenNew no longer.
+    void Release() noexcept;
+    /// Whether the file of OpenNew is still at its path; tells something as long as it is held.
+    std::error_code LookForOwn(bool& isThere) const;
     /// Removes the file that OpenLock made, and closes it.
     std::error_code RemoveLock();
 
     bool IsOpen() const noexcept { return handle != NoHandle; }
     const std::string& GetPath() const noexcept { return path; }
-    /// What OpenToRead found.
+    /// What OpenToRead found or OpenNew made.
     const FileFacts& GetFacts() const noexcept { return facts; }
 
 private:
     static constexpr std::intptr_t NoHandle = -1;
 
     std::intptr_t handle = NoHandle;
+    std::intptr_t hold = NoHandle;
     std::string path;
     FileFacts facts;
 };
@@ -114,6 +127,10 @@ std::error_code RenameFile(const std::string& from, const std::string& to);
 
 /// Removes a file or a symbolic link. Nothing there is no failure.
 std::error_code RemoveFile(const std::string& path);
+
+/// Removes a file that OpenNew has made for a program that died. Whatever else is there, or cannot be removed, stays,
+/// and is no failure. The name must be one that nobody else gives to a file.
+std::error_code RemoveStray(const std::string& path);
 
 /// Makes what was made, renamed and removed in the folder \p path safe against loss of power.
 std::error_code FlushFolder(const std::string& path);
@@ -128,10 +145,19 @@ bool IsWritable(const std::string& path, const FileFacts& facts);
 /// As long as \p path is a symbolic link, replaces it by what that points at, which need not be there.
 std::error_code ResolveLinks(std::string& path);
 
+/// Replaces the path of a folder that is there by the one that all programs know it by.
+std::error_code MakeAbsolute(std::string& path);
+
 /// Makes a folder. Such a folder there already is no failure.
 std::error_code MakeFolderAt(const std::string& path);
 
 /// The folder that \p path is in.
 std::string FolderOf(const std::string& path);
+
+/// The last name of \p path.
+std::string NameOf(const std::string& path);
+
+/// The path of a hidden file beside \p path: ".<name><suffix>".
+std::string HiddenBeside(const std::string& path, const std::string& suffix);
 
 }   // namespace IO

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -107,8 +109,16 @@ std::error_code LockAt(int descriptor, const std::string& path, bool& isOurs) {
     if (!held.IsFile())
         return ErrorOf(EINVAL);
     struct stat status {};
-    isOurs = ::lstat(path.c_str(), &status) == 0 && FactsOf(status).IsSameFile(held);
+    isOurs = ::lstat(path.c_str(), &status) == 0 && FactsOf(status).IsSameEntry(held);
     return {};
+}
+
+// Somebody who removes strays may have taken the file before it was locked. Where files cannot be locked, nobody does.
+std::error_code Hold(int descriptor, const std::string& path) {
+    bool isOurs = false;
+    const std::error_code error = LockAt(descriptor, path, isOurs);
+    const bool isTaken = error ? error == std::errc::resource_unavailable_try_again : !isOurs;
+    return isTaken ? std::make_error_code(std::errc::file_exists) : std::error_code();
 }
 
 int FlushDescriptor(int descriptor) {
@@ -145,12 +155,22 @@ std::error_code OpenFile::OpenNew(const std::string& newPath, const FileFacts& r
     const int descriptor = OpenAt(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, replaced.IsFile() ? 0600 : 0666);
     if (descriptor < 0)
         return ErrorOf(errno);
-    const std::error_code error = replaced.IsFile() ? TakeOwnership(descriptor, replaced) : std::error_code();
-    if (error) {
+    if (const std::error_code error = Hold(descriptor, path)) {
         ::close(descriptor);
+        return error;
+    }
+    std::error_code error = replaced.IsFile() ? TakeOwnership(descriptor, replaced) : std::error_code();
+    if (!error)
+        error = FactsOf(descriptor, facts);
+    const int second = error ? -1 : ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);   // shares the lock
+    if (!error && second < 0)
+        error = ErrorOf(errno);
+    if (error) {
         ::unlink(path.c_str());
+        ::close(descriptor);
     } else {
         handle = descriptor;
+        hold = second;
     }
     return error;
 }
@@ -222,6 +242,21 @@ std::error_code OpenFile::Close() {
     return error ? error : ErrorUnless(closed);
 }
 
+void OpenFile::Release() noexcept {
+    if (hold != NoHandle)
+        ::close(static_cast<int>(hold));
+    hold = NoHandle;
+}
+
+std::error_code OpenFile::LookForOwn(bool& isThere) const {
+    isThere = false;
+    if (const std::error_code error = RefusalOf(FileCall::Inspect, path))
+        return error;
+    struct stat status {};
+    isThere = ::lstat(path.c_str(), &status) == 0 && FactsOf(status).IsSameEntry(facts);
+    return {};
+}
+
 std::error_code OpenFile::RemoveLock() {
     const std::error_code error = RemoveFile(path);   // while we hold it: afterwards it may be somebody else's
     const std::error_code closeError = Close();
@@ -238,6 +273,19 @@ std::error_code RemoveFile(const std::string& path) {
     if (const std::error_code error = RefusalOf(FileCall::Remove, path))
         return error;
     return ErrorUnless(::unlink(path.c_str()) == 0 || errno == ENOENT);
+}
+
+std::error_code RemoveStray(const std::string& path) {
+    if (const std::error_code error = RefusalOf(FileCall::Remove, path))
+        return error;
+    const int descriptor = OpenAt(path, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return {};
+    bool isOurs = false;
+    if (!LockAt(descriptor, path, isOurs) && isOurs)
+        ::unlink(path.c_str());
+    ::close(descriptor);
+    return {};
 }
 
 std::error_code FlushFolder(const std::string& path) {
@@ -286,6 +334,16 @@ std::error_code ResolveLinks(std::string& path) {
         path = std::move(next);
     }
     return ErrorOf(ELOOP);
+}
+
+std::error_code MakeAbsolute(std::string& path) {
+    if (const std::error_code error = RefusalOf(FileCall::ReadLink, path))
+        return error;
+    const std::unique_ptr<char, decltype(&std::free)> found(::realpath(path.c_str(), nullptr), &std::free);
+    if (!found)
+        return ErrorOf(errno);
+    path = found.get();
+    return {};
 }
 
 std::error_code MakeFolderAt(const std::string& path) {

@@ -9,7 +9,8 @@
 namespace IO {
 namespace {
 
-constexpr int MostNames = 1000;
+constexpr const char* NewSuffix = ".zal-new";   // a name that nobody else gives to a file: what has it is ours
+constexpr int MostNames = 32;                   // as many can save one file at a time
 
 }   // namespace
 
@@ -24,6 +25,7 @@ public:
 
 private:
     void Begin();
+    std::string NewPath(int number) const;
 
     FirstFailure failure{Kest::ChannelStatus::WriteFailed};
     std::string path;
@@ -32,16 +34,22 @@ private:
     NewFile file{failure};
 };
 
-// What stands beside the target under the name that we would like may be anybody's.
+std::string FileSave::Work::NewPath(int number) const {
+    return HiddenBeside(path, number == 0 ? NewSuffix : NewSuffix + std::to_string(number));
+}
+
+// All names are looked at: while several saved at a time, each may have been killed.
 void FileSave::Work::Begin() {
     isBegun = true;
     if (!FindTarget(path, old, failure))
         return;
-    const std::string base = path + ".new";
-    std::error_code error = file.Make(base, old);
-    for (int number = 1; error == std::errc::file_exists && number < MostNames; ++number)
-        error = file.Make(base + std::to_string(number), old);
-    failure.Passes(error, "cannot be made", file.GetPath());
+    for (int number = 0; number < MostNames; ++number)
+        if (!failure.Passes(RemoveStray(NewPath(number)), "cannot be given a new file", path))
+            return;
+    std::error_code error = std::make_error_code(std::errc::file_exists);
+    for (int number = 0; error == std::errc::file_exists && number < MostNames; ++number)
+        error = file.Make(NewPath(number), old);
+    failure.Passes(error, "cannot be given a new file", path);
 }
 
 int FileSave::Work::Write(const char* bytes, std::size_t size) {

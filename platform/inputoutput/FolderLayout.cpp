@@ -13,6 +13,7 @@ namespace {
 constexpr const char16_t* LockName = u"Attribute.lock";
 constexpr const char16_t* JournalName = u"Attribute.journal";
 constexpr std::u16string_view NewSuffix = u".new";
+constexpr const char* LinkedSuffix = ".zal-linked";   // beside a link's target nothing else tells that a file is ours
 
 }   // namespace
 
@@ -29,16 +30,25 @@ bool FolderLayout::Locate(FirstFailure& failure) {
         failure.Refuse(Kest::ChannelStatus::WrongCall, "was given document names that cannot be used", folderPath);
         return false;
     }
-    lockPath = PathOf(LockName);
     journalPath = PathOf(JournalName);
     newJournalPath = PathOf(Kest::UniString(JournalName) + NewSuffix);
     for (KnownDocument& document : documents) {
-        document.path = PathOf(document.name);
+        const std::string plain = PathOf(document.name);
+        document.path = plain;
         if (!failure.Passes(ResolveLinks(document.path), "cannot be followed", document.path))
             return false;
-        document.newPath = document.path + Kest::UniString(NewSuffix).ToCStr();
+        document.newPath = document.path == plain ? plain + Kest::UniString(NewSuffix).ToCStr()
+                                                  : HiddenBeside(document.path, LinkedSuffix);
     }
     return true;
+}
+
+std::string FolderLayout::JournalIn(const std::string& folder) {
+    return folder + '/' + Kest::UniString(JournalName).ToCStr();
+}
+
+std::string FolderLayout::LockIn(const std::string& folder) {
+    return folder + '/' + Kest::UniString(LockName).ToCStr();
 }
 
 std::size_t FolderLayout::Find(const Kest::UniString& name) const noexcept {

@@ -17,7 +17,7 @@ namespace IO {
 struct KnownDocument {
     Kest::UniString name;
     std::string path;      // behind symbolic links
-    std::string newPath;   // of the new document while a save is under way
+    std::string newPath;   // of the new document while a save is under way, beside the old one
 };
 
 /// Where the files of a folder are that is saved as a whole. Only names that the caller knows ever become paths.
@@ -27,11 +27,15 @@ public:
 
     FolderLayout(const Location& folder, std::span<const Kest::UniString> knownNames);
 
+    /// The journal's path in another folder that is saved as a whole.
+    static std::string JournalIn(const std::string& folder);
+    /// As JournalIn for the lock.
+    static std::string LockIn(const std::string& folder);
+
     /// Settles all paths. \returns whether the known names can be used and the links be followed
     bool Locate(FirstFailure& failure);
 
     const std::string& GetFolder() const noexcept { return folderPath; }
-    const std::string& GetLock() const noexcept { return lockPath; }
     const std::string& GetJournal() const noexcept { return journalPath; }
     const std::string& GetNewJournal() const noexcept { return newJournalPath; }
     const std::vector<KnownDocument>& GetDocuments() const noexcept { return documents; }
@@ -45,7 +49,6 @@ private:
 
     Location place;
     std::string folderPath;
-    std::string lockPath;
     std::string journalPath;
     std::string newJournalPath;
     std::vector<KnownDocument> documents;

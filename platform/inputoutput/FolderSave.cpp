@@ -7,6 +7,7 @@
 #include "FileCalls.hpp"
 #include "FirstFailure.hpp"
 #include "FolderLayout.hpp"
+#include "FolderLocks.hpp"
 #include "InterruptedSave.hpp"
 #include "NewFile.hpp"
 
@@ -42,12 +43,12 @@ private:
 
     // Steps answer whether they went well; the failure knows why not.
     bool MakeFolder();
-    bool Lock();
     bool FindTargets();
     bool Recover();
     bool FinishInterrupted(const std::vector<JournalEntry>& entries);
     bool RemoveJournal();
     bool RemoveStrays();
+    bool IsFileOfItsOwn(std::size_t place);
     bool AreAllFinished();
     bool PlaceJournal(const std::vector<JournalEntry>& entries);
     bool Replace(const std::vector<JournalEntry>& entries);
@@ -59,7 +60,7 @@ private:
     FirstFailure failure{WriteFailed};
     FolderLayout layout;
     std::vector<Document> documents;   // in the layout's order
-    OpenFile lock;
+    FolderLocks locks;
     Stage stage = Stage::Unused;
     bool isUnreadable = false;   // nobody may see the documents as they are, unless all of them are replaced
 };
@@ -68,7 +69,8 @@ int FolderSave::Work::Begin() {
     failure.Run([&] {
         if (stage != Stage::Unused)
             failure.Refuse(WrongCall, "is being saved already", layout.GetFolder());
-        else if (layout.Locate(failure) && MakeFolder() && FindTargets() && Lock() && Recover() && FindTargets())
+        else if (layout.Locate(failure) && MakeFolder() && FindTargets() && locks.Take(layout, failure) && Recover() &&
+                 FindTargets())
             stage = Stage::Begun;
     });
     if (failure.GetStatus() != None)
@@ -86,13 +88,6 @@ bool FolderSave::Work::MakeFolder() {
     if (facts.kind != FileFacts::Kind::Folder)
         return failure.Refuse(WriteFailed, "is no folder", path) == None;
     return IsWritable(path, facts) || failure.Refuse(WriteFailed, "is read-only", path) == None;
-}
-
-bool FolderSave::Work::Lock() {
-    const std::error_code error = lock.OpenLock(layout.GetLock());
-    if (error == std::errc::resource_unavailable_try_again)
-        return failure.Refuse(WriteFailed, "is being saved by somebody else", layout.GetFolder()) == None;
-    return failure.Passes(error, "cannot be locked", layout.GetLock());
 }
 
 // Before the lock is taken, so that a refusal writes nothing at all, and again when nobody else can change them.
@@ -159,6 +154,8 @@ int FolderSave::Work::CreateFile(const Kest::UniString& name, Kest::IByteSink*& 
             return;
         }
         const std::string& path = layout.GetDocuments()[place].newPath;
+        if (!IsFileOfItsOwn(place))
+            return;
         if (isUnreadable && !failure.Passes(RemoveFile(path), "cannot be removed", path))
             return;
         auto file = std::make_unique<NewFile>(failure);
@@ -167,6 +164,24 @@ int FolderSave::Work::CreateFile(const Kest::UniString& name, Kest::IByteSink*& 
             sink = documents[place].file.get();
         }
     });
+}
+
+// Links may lead two documents to one file, which cannot become both of them.
+bool FolderSave::Work::IsFileOfItsOwn(std::size_t place) {
+    const std::string& path = layout.GetDocuments()[place].path;
+    for (std::size_t other = 0; other < documents.size(); ++other) {
+        const std::string& otherPath = layout.GetDocuments()[other].path;
+        if (!documents[other].file || NameOf(otherPath) != NameOf(path))
+            continue;
+        FileFacts folder;
+        FileFacts otherFolder;
+        if (!failure.Passes(Inspect(FolderOf(path), folder), "cannot be looked at", path) ||
+            !failure.Passes(Inspect(FolderOf(otherPath), otherFolder), "cannot be looked at", otherPath))
+            return false;
+        if (folder.IsSameEntry(otherFolder))
+            return failure.Refuse(WriteFailed, "is more than one of the documents", path) == None;
+    }
+    return true;
 }
 
 int FolderSave::Work::Commit() {
@@ -192,6 +207,8 @@ bool FolderSave::Work::AreAllFinished() {
         else if (!document.file && document.old.IsThere() && isUnreadable)
             failure.Refuse(Damaged, "was damaged after an interrupted save; all its documents must be saved",
                            layout.GetFolder());
+        else if (document.file)
+            document.file->IsInPlace();   // behind the journal it is too late to refuse
     }
     return failure.GetStatus() == None;
 }
@@ -239,13 +256,11 @@ std::vector<JournalEntry> FolderSave::Work::GetEntries() const {
     return entries;
 }
 
-// Whether the lock file goes matters to nobody: without an owner it locks nothing.
 void FolderSave::Work::GiveUp() noexcept {
     for (Document& document : documents)
         if (document.file)
             document.file->Discard();
-    if (lock.IsOpen())
-        lock.RemoveLock();
+    locks.Release(layout.GetJournal());
     stage = Stage::Ended;
 }
 

@@ -44,17 +44,29 @@ int NewFile::Finish() {
 }
 
 bool NewFile::Place(const std::string& target) {
-    if (!failure.Passes(RenameFile(file.GetPath(), target), "cannot be replaced", target))
+    if (!IsInPlace() || !failure.Passes(RenameFile(file.GetPath(), target), "cannot be replaced", target))
         return false;
     Keep();
+    file.Release();
     return true;
+}
+
+bool NewFile::IsInPlace() {
+    bool isOwn = false;
+    if (!failure.Passes(file.LookForOwn(isOwn), "cannot be looked at", file.GetPath()))
+        return false;
+    if (!isOwn)
+        failure.Refuse(Kest::ChannelStatus::WriteFailed, "was taken away by somebody else", file.GetPath());
+    return isOwn;
 }
 
 void NewFile::Discard() noexcept {
     file.Close();
-    if (isMade)
+    bool isOwn = false;
+    if (isMade && !file.LookForOwn(isOwn) && isOwn)
         RemoveFile(file.GetPath());
     isMade = false;
+    file.Release();
 }
 
 }   // namespace IO

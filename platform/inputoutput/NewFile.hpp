@@ -40,11 +40,13 @@ public:
     /// CRC-32C of what was written.
     std::uint32_t GetChecksum() const noexcept { return checksum; }
 
-    /// Renames the finished file to \p target. \returns whether it worked
+    /// Whether no other file has come into its place; refuses otherwise.
+    bool IsInPlace();
+    /// Renames the finished file to \p target, unless another file has come into its place. \returns whether it worked
     bool Place(const std::string& target);
     /// Leaves the file where it is when the object dies.
     void Keep() noexcept { isMade = false; }
-    /// Removes the file, finished or not.
+    /// Removes the file, finished or not, unless another one has come into its place.
     void Discard() noexcept;
 
 private:

@@ -44,17 +44,6 @@ bool ReadRecord(const char* table, std::size_t size, std::size_t offset, ZalUtil
     return true;
 }
 
-void WriteRecord(char* header, const ZalUtil::MemoRecord& record) {
-    std::memset(header, 0, ZalUtil::MemoHeaderSize);
-    Store<std::uint32_t>(header + Id1Offset, record.owner.id1);
-    Store<std::uint32_t>(header + Id2Offset, record.owner.id2);
-    Store<std::uint16_t>(header + PlatformOffset, record.platform);
-    Store<std::int16_t>(header + VersionOffset, record.version);
-    Store<std::uint32_t>(header + FlagsOffset, record.flags);
-    Store<std::uint32_t>(header + LengthOffset, record.length);
-    BNCopyMemory(header + ZalUtil::MemoHeaderSize, record.data, record.length);
-}
-
 std::size_t SizeOf(char** handle) {
     return handle != nullptr ? static_cast<std::size_t>(BMGetHandleSize(handle)) : 0;
 }
@@ -71,8 +60,10 @@ int Splice(char*** handle, std::size_t begin, std::size_t end, const ZalUtil::Me
     if (spliced == nullptr)
         return MemoryFull;
     char* const target = *spliced;
-    if (record != nullptr)
-        WriteRecord(target + begin, *record);
+    if (record != nullptr) {
+        ZalUtil::StoreMemoHeader(target + begin, *record);
+        BNCopyMemory(target + begin + ZalUtil::MemoHeaderSize, record->data, record->length);
+    }
     if (*handle != nullptr) {
         BNCopyMemory(target, **handle, begin);
         BNCopyMemory(target + begin + static_cast<std::size_t>(room), **handle + end, behind);
@@ -85,6 +76,16 @@ int Splice(char*** handle, std::size_t begin, std::size_t end, const ZalUtil::Me
 }   // namespace
 
 namespace ZalUtil {
+
+void StoreMemoHeader(char* header, const MemoRecord& record) noexcept {
+    std::memset(header, 0, MemoHeaderSize);
+    Store<std::uint32_t>(header + Id1Offset, record.owner.id1);
+    Store<std::uint32_t>(header + Id2Offset, record.owner.id2);
+    Store<std::uint16_t>(header + PlatformOffset, record.platform);
+    Store<std::int16_t>(header + VersionOffset, record.version);
+    Store<std::uint32_t>(header + FlagsOffset, record.flags);
+    Store<std::uint32_t>(header + LengthOffset, record.length);
+}
 
 bool MemoRecordWalk::Next(MemoRecord& record) noexcept {
     if (!ReadRecord(table, size, offset, record))

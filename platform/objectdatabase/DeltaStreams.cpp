@@ -7,6 +7,7 @@
 #include <Kest/Frames.hpp>
 #include <Kest/HashSet.hpp>
 #include <Kest/MemoryChannels.hpp>
+#include <Kest/ScopedValue.hpp>
 
 #include <ODB/Delta.hpp>
 #include <ODB/IdReadingScope.hpp>
@@ -304,10 +305,15 @@ int Delta::Write(Kest::OChannel& channel) const {
     return frame.Close();
 }
 
+// The contents of objects could hold deltas again, and so without end: there is one at a time.
 int Delta::Read(Kest::IChannel& channel) {
+    static thread_local bool isReading = false;
     Kest::InputFrame frame(channel, *GetClassInfoStatic());
     if (frame.GetStatus() != 0 || frame.GetVersion().GetMajor() != 1)
         return frame.Close();
+    if (isReading)
+        return channel.Fail(Damaged);
+    const Kest::ScopedValue reading(isReading, true);
     const IdSpace::InputScope references(space);
     const IdReadingScope identities(space);   // contents bring ids that are nobody else's business
     try {

@@ -14,7 +14,7 @@
 namespace ODB {
 namespace {
 
-constexpr const char* IdElement = "Id";
+constexpr Kest::XMLName IdElement = "Id";
 
 // FNV-1a of 128 bits, in two halves of 64: every byte takes part in every bit behind it. Spread over the id at the end.
 class ContentHash {

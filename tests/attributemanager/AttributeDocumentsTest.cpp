@@ -264,7 +264,9 @@ TEST_F(AttributeDocumentsTest, LackOfMemoryNeverLeavesHalfASave) {
                            const bool isNew = reading == 0 && Data(back) == Data(store);
                            EXPECT_TRUE(isNew || failed);
                            const bool isBegun = !hasOld && folder.Get("Attribute.xml") == begun;
-                           const bool isOld = hasOld ? Data(back) == oldData : folder.Names().empty();
+                           std::set<std::string> names = folder.Names();
+                           names.erase("Attribute.lock");   // an empty one locks nothing
+                           const bool isOld = hasOld ? Data(back) == oldData : names.empty();
                            EXPECT_TRUE(isNew || isOld || (isBegun && status == 0)) << status;
                            unfinished += status == 0 && !isNew ? 1 : 0;
                            prepare();

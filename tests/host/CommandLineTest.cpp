@@ -225,6 +225,9 @@ TEST_F(CommandLineTest, WhatWasImportedIsListedAsTheDrawingIs) {
     EXPECT_EQ(RunCommand({"convert", store, other}).code, 0);
     EXPECT_EQ(RunCommand({"convert", other, again}).code, 0);
     EXPECT_EQ(Bytes(again), Bytes(store)) << "there and back";
+    EXPECT_EQ(RunCommand({"convert", documents, Path("copy")}).code, 0);
+    for (const auto& file : std::filesystem::directory_iterator(documents))
+        EXPECT_EQ(Bytes(Path("copy") + '/' + file.path().filename().string()), Bytes(file.path().string())) << file;
     std::filesystem::rename(again, Path("store"));
     EXPECT_EQ(RunCommand({"list", Path("store"), "--format", "json", "--all"}).out, list) << "known by its content";
     EXPECT_EQ(RunCommand({"list", documents + "/Attribute.xml", "--format", "json", "--all"}).out, list);
@@ -271,7 +274,7 @@ TEST_F(CommandLineTest, DocumentsThatAreNotWholeAreNotSavedOver) {
     Write("set/Attr_Layer.xml", layers);
     const Outcome list = RunCommand({"list", documents});
     EXPECT_EQ(list.code, 0);
-    EXPECT_NE(list.err.find("a part that a later version wrote was passed over (Host::Layer)"), std::string::npos);
+    EXPECT_NE(list.err.find("a part that another version wrote was passed over (Host::Layer)"), std::string::npos);
     for (const std::string& target : {documents, documents + "/", documents + "/../set"}) {
         const Outcome convert = RunCommand({"convert", documents + "/Attribute.xml", target});
         EXPECT_EQ(convert.code, 2);
@@ -362,6 +365,14 @@ TEST_F(CommandLineTest, OutputThatCannotBeWrittenIsAFailure) {
         EXPECT_EQ(Host::RunCommandLine(arguments, out, err), 2);
         EXPECT_NE(err.str().find("standard output"), std::string::npos) << err.str();
     }
+    std::ostream out(nullptr);
+    std::ostringstream err;
+    const std::string target = Path("old.zas");
+    EXPECT_EQ(
+        Host::RunCommandLine(std::vector<std::string>{"convert", drawing, target, "--stream-version=1"}, out, err), 2);
+    EXPECT_NE(err.str().find("lost: Layer 1"), std::string::npos) << "all is told that is true of the target";
+    EXPECT_NE(err.str().find(target + ": it is saved, but standard output"), std::string::npos) << err.str();
+    EXPECT_TRUE(std::filesystem::exists(target));
 }
 
 #ifdef __unix__
@@ -392,6 +403,9 @@ TEST_F(CommandLineTest, TheProgramAnswersWithItsExitCode) {
              folder.string() + "/code')",
          2},
         {"'" + std::string(program) + "' 2>/dev/null", 2},
+        {"(ulimit -f 1; exec '" + std::string(program) + "' import '" + drawing + "' --out '" + Path("full") +
+             "') 2>&1 >/dev/null | grep -q '/full/Attr_Layer.xml.new.*too large'",
+         0},
     };
     for (const auto& [command, code] : cases)
         EXPECT_EQ(std::system(command.c_str()) / 256, code) << command;

@@ -14,6 +14,11 @@
 #include <string>
 #include <vector>
 
+#include <Kest/Crc32c.hpp>
+#include <Kest/MemoryChannels.hpp>
+
+#include <AttributeManager/AttributeSetStore.hpp>
+
 namespace {
 
 using namespace HostTests;
@@ -67,6 +72,44 @@ protected:
         const short layers = TypeIdOf(Layer::Record.refId);
         Set()->SetActiveAttribute(layers, Set()->GetAttribute(layers, short{2}));
         Set()->SetEmptyFill(1);
+    }
+
+    void SaveAs(bool isStore, const std::filesystem::path& target) const {
+        const IO::Location location(Kest::UniString::FromUtf8(target.string()));
+        Kest::Array<Kest::UniString> messages;
+        ADB::AttributeSetStore store;
+        store.Update(Set(), static_cast<int>(CurrentStream));
+        ASSERT_EQ(isStore ? store.CustomWriteXML(location, nullptr, messages)
+                          : Set()->CustomWriteXML(location, nullptr, messages),
+                  0);
+    }
+
+    // Leaves `target` as a save of the documents in `source` does that stops before the first one is renamed.
+    static void Interrupt(const std::filesystem::path& source, const std::filesystem::path& target) {
+        Kest::MemoryOChannel entries;
+        entries.SetProtocolPlatform(Kest::PlatformSign::LittleEndian);
+        std::uint32_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(source)) {
+            const std::string name = entry.path().filename().string();
+            if (!name.ends_with(".xml"))
+                continue;
+            std::ifstream file(entry.path(), std::ios::binary);
+            const std::string bytes(std::istreambuf_iterator<char>(file), {});
+            std::ofstream(target / (name + ".new"), std::ios::binary) << bytes;
+            entries.Write(Kest::UniString::FromUtf8(name));
+            entries.Write(std::uint64_t{bytes.size()});
+            entries.Write(Kest::Crc32c(0, bytes.data(), bytes.size()));
+            ++count;
+        }
+        Kest::MemoryOChannel journal;
+        journal.SetProtocolPlatform(Kest::PlatformSign::LittleEndian);
+        journal.WriteBlock("ZAJL", 4);
+        journal.Write(std::uint32_t{1});
+        journal.Write(count);
+        journal.WriteBlock(entries.GetBytes(), entries.GetSize());
+        journal.Write(Kest::Crc32c(0, journal.GetBytes(), journal.GetSize()));
+        std::ofstream(target / "Attribute.journal", std::ios::binary)
+            .write(journal.GetBytes(), static_cast<std::streamsize>(journal.GetSize()));
     }
 
     const std::filesystem::path folder =
@@ -193,14 +236,36 @@ TEST_F(DocumentsTest, FoldersAndStoresAreReadAsTheyWereSaved) {
         EXPECT_TRUE(IsExplained(SetForm::Xml, difference)) << TextOf(difference);
 }
 
+TEST_F(DocumentsTest, AnInterruptedSaveMayChangeTheKindOfFolder) {
+    const std::filesystem::path old = folder / "old", made = folder / "made";
+    for (const bool becomesStore : {true, false}) {
+        std::filesystem::remove_all(old);
+        std::filesystem::remove_all(made);
+        SaveAs(!becomesStore, old);
+        Add<Layer>(u"Wall");
+        SaveAs(becomesStore, made);
+        Interrupt(made, old);
+        EXPECT_EQ(FindStoredSetId(old.string()), becomesStore ? Kest::Guid() : Set().GetId().GetGuid());
+        const ScratchSet scratch(ScratchSet::OwnSpace);
+        std::vector<std::string> notes;
+        ReadReport report;
+        const ReadReport::Scope scope(report);
+        ReadDocuments(old.string(), scratch.GetSet(), notes);
+        EXPECT_EQ(Lines(notes), "");
+        EXPECT_EQ(Lines(CompareAttributes(Set(), scratch.GetSet())), "");
+        ASSERT_EQ(report.GetEntries().GetSize(), 1U);
+        EXPECT_EQ(report.GetEntries().GetFirst().kind, ReadReport::SavePending);
+    }
+}
+
 TEST_F(DocumentsTest, ReportsAreToldInWords) {
     const struct {
         ReadReport::Entry entry;
         const char* expected;
     } cases[] = {
         {{.kind = ReadReport::FrameSkipped, .className = "Host::Layer", .version = {2, 1}},
-         "a part that a later version wrote was passed over (Host::Layer 2.1)"},
-        {{.kind = ReadReport::FrameSkipped}, "a part that a later version wrote was passed over"},
+         "a part that another version wrote was passed over (Host::Layer 2.1)"},
+        {{.kind = ReadReport::FrameSkipped}, "a part that another version wrote was passed over"},
         {{.kind = ReadReport::AttributeRenamed,
           .refId = Layer::Record.refId,
           .name = u"a\tb",

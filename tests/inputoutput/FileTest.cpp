@@ -120,6 +120,40 @@ TEST(FileTest, UnfinishedSaveLeavesOthersAlone) {
     EXPECT_EQ(folder.Get("empty"), "");
 }
 
+TEST(FileTest, RemovesItsOwnStraysOnly) {
+    const TestFolder folder;
+    const NameSet strangers{"a", "a.new", ".b.zal-new", ".a.zal-new", ".a.zal-new2", ".a.zal-new3x"};
+    for (const std::string& name : strangers)
+        folder.Put(name, "not ours");
+    std::filesystem::remove(folder.At(".a.zal-new"));
+    std::filesystem::create_symlink("a.new", folder.At(".a.zal-new"));
+    std::filesystem::remove(folder.At(".a.zal-new2"));
+    std::filesystem::create_directory(folder.At(".a.zal-new2"));
+    for (int number = 3; number < 32; ++number)
+        folder.Put(".a.zal-new" + std::to_string(number), "of a program that died");
+    FileSave alive(folder.Place("a"));
+    ASSERT_EQ(alive.Write("alive", 5), 0);
+    EXPECT_EQ(folder.Names().size(), strangers.size() + 1);
+    for (int round = 0; round < 3; ++round)
+        EXPECT_EQ(Save(folder.Place("a"), "new"), 0);
+    EXPECT_EQ(alive.Finish(), 0) << "the others have left it alone";
+    EXPECT_EQ(folder.Get("a"), "alive");
+    EXPECT_EQ(folder.Names(), strangers);
+    EXPECT_EQ(folder.Get("a.new"), "not ours");
+}
+
+TEST(FileTest, PlacesNoFileOfSomebodyElse) {
+    const TestFolder folder;
+    folder.Put("a", "old");
+    FileSave save(folder.Place("a"));
+    ASSERT_EQ(save.Write("new", 3), 0);
+    std::filesystem::remove(folder.At(".a.zal-new"));
+    folder.Put(".a.zal-new", "not ours");
+    EXPECT_EQ(save.Finish(), ChannelStatus::WriteFailed);
+    EXPECT_EQ(folder.Get("a"), "old");
+    EXPECT_EQ(folder.Get(".a.zal-new"), "not ours");
+}
+
 TEST(FileTest, SaveIsOldOrNewWhateverCallFails) {
     const TestFolder folder;
     int status = 0;
@@ -136,6 +170,8 @@ TEST(FileTest, SaveIsOldOrNewWhateverCallFails) {
             if (!killed) {
                 EXPECT_EQ(folder.Names(), NameSet{"a"});
             }
+            EXPECT_EQ(Save(folder.Place("a"), "third"), 0);
+            EXPECT_EQ(folder.Names(), NameSet{"a"}) << "the next save removes what a killed one left";
         });
     EXPECT_GT(failures, 14U);
 }
@@ -147,7 +183,7 @@ TEST(FileTest, ChannelsCarryMoreThanTheyHold) {
     IO::FileOChannel out(save);
     for (int number = 0; number < Count; ++number)
         out.Write(number);
-    EXPECT_GT(folder.Get("a.new").size(), 100'000U) << "not all at the end";
+    EXPECT_GT(folder.Get(".a.zal-new").size(), 100'000U) << "not all at the end";
     EXPECT_EQ(out.Finish(), 0);
 
     IO::FileIChannel in(folder.Place("a"));

@@ -44,8 +44,8 @@ int Write(IO::FolderSave& save, const Texts& texts) {
 
 class FolderSaveTest : public testing::Test {
 protected:
-    int Save(const Texts& texts) const {
-        IO::FolderSave save(folder.Place(), Known);
+    int Save(const Texts& texts, const std::string& where = "") const {
+        IO::FolderSave save(folder.Place(where), Known);
         if (const int status = save.Begin(); status != 0)
             return status;
         if (const int status = Write(save, texts); status != 0)
@@ -60,8 +60,8 @@ protected:
     }
 
     /// What a reader finds; nothing when it finds the folder damaged.
-    std::optional<Texts> View() const {
-        IO::FolderView view(folder.Place(), Known);
+    std::optional<Texts> View(const std::string& where = "") const {
+        IO::FolderView view(folder.Place(where), Known);
         const int status = view.Open();
         EXPECT_TRUE(status == 0 || status == ChannelStatus::Damaged) << view.GetProblem();
         if (status != 0)
@@ -73,6 +73,26 @@ protected:
                 texts[name.ToCStr()] = bytes;
         }
         return texts;
+    }
+
+    /// Folders "a" and "b" with a document of their own each, and links to one in "shared".
+    void StartShared() const {
+        folder.Clear();
+        for (const char* const name : {"a", "b", "shared"})
+            std::filesystem::create_directory(folder.At(name));
+        folder.Put("shared/doc.xml", "old");
+        folder.Put("shared/doc.xml.new", "not ours");
+        std::filesystem::create_symlink("../shared/doc.xml", folder.At("a/B.xml"));
+        std::filesystem::create_symlink(folder.At("a/../shared/doc.xml"), folder.At("b/B.xml"));
+        folder.Put("a/A.xml", "old");
+        folder.Put("b/A.xml", "old");
+    }
+    static Texts AllOf(const char* text) { return {{"A.xml", text}, {"B.xml", text}}; }
+    NameSet NamesIn(const char* name) const {
+        NameSet names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.At(name)))
+            names.insert(entry.path().filename().string());
+        return names;
     }
 
     /// Stops a save of New once that many of its documents are renamed; at 0 the journal is in place.
@@ -368,6 +388,64 @@ TEST_F(FolderSaveTest, OneWriterAtATime) {
     EXPECT_EQ(View(), Both);
     folder.Put("Attribute.lock", "of a program that died");
     ExpectSavesAll("a lock without an owner");
+}
+
+TEST_F(FolderSaveTest, OneWriterOfASharedDocument) {
+    StartShared();
+    IO::FolderSave first(folder.Place("a"), Known);
+    ASSERT_EQ(first.Begin(), 0);
+    ASSERT_EQ(Write(first, AllOf("new")), 0);
+    for (const char* const other : {"b", "shared"})
+        EXPECT_EQ(Save(AllOf("other"), other), ChannelStatus::WriteFailed) << other;
+    EXPECT_EQ(first.Commit(), 0);
+    EXPECT_EQ(View("a"), AllOf("new"));
+    EXPECT_EQ(View("b"), (Texts{{"A.xml", "old"}, {"B.xml", "new"}}));
+    EXPECT_EQ(Save(AllOf("other"), "b"), 0);
+    EXPECT_EQ(View("a"), (Texts{{"A.xml", "new"}, {"B.xml", "other"}}));
+    EXPECT_EQ(NamesIn("shared"), (NameSet{"doc.xml", "doc.xml.new"}));
+    EXPECT_EQ(NamesIn("b"), (NameSet{"A.xml", "B.xml"}));
+}
+
+// Whatever the first save has left: the second one of the other folder neither mixes it nor takes its documents away.
+TEST_F(FolderSaveTest, SharedDocumentIsOldOrNewWhateverCallFails) {
+    int status = 0;
+    std::size_t interrupted = 0;
+    ForEachFileFailure([&] { StartShared(); }, [&] { status = Save(AllOf("new"), "a"); },
+                       [&](bool failed, bool) {
+                           EXPECT_TRUE(status == 0 || failed);
+                           const auto left = View("a");
+                           EXPECT_TRUE(left == AllOf("new") || (status != 0 && left == AllOf("old")));
+                           const bool isOpen = std::filesystem::exists(folder.At("a/Attribute.journal"));
+                           EXPECT_EQ(Save(AllOf("other"), "b"), isOpen ? ChannelStatus::WriteFailed : 0);
+                           if (isOpen) {
+                               ++interrupted;
+                               EXPECT_EQ(View("a"), AllOf("new"));
+                               EXPECT_EQ(Save({}, "a"), 0);
+                               EXPECT_EQ(Save(AllOf("other"), "b"), 0);
+                           }
+                           EXPECT_EQ(View("b"), AllOf("other"));
+                           EXPECT_EQ(Save(AllOf("third"), "a"), 0);
+                           EXPECT_EQ(NamesIn("a"), (NameSet{"A.xml", "B.xml"}));
+                           EXPECT_EQ(NamesIn("shared"), (NameSet{"doc.xml", "doc.xml.new"}));
+                       });
+    EXPECT_GT(interrupted, 5U);
+}
+
+TEST_F(FolderSaveTest, CommitsNoFileOfSomebodyElse) {
+    Start();
+    IO::FolderSave save(folder.Place(), Known);
+    ASSERT_EQ(save.Begin(), 0);
+    ASSERT_EQ(Write(save, New), 0);
+    std::filesystem::remove(folder.At("A.xml.new"));
+    folder.Put("A.xml.new", "half");
+    EXPECT_EQ(save.Commit(), ChannelStatus::WriteFailed);
+    EXPECT_EQ(View(), Old);
+    EXPECT_EQ(folder.Get("A.xml.new"), "half");
+
+    Start();
+    std::filesystem::create_symlink("./B.xml", folder.At("C.xml"));
+    EXPECT_EQ(Save(New), ChannelStatus::WriteFailed) << "one file cannot become two documents";
+    EXPECT_EQ(folder.Get("B.xml"), "old B");
 }
 
 TEST_F(FolderSaveTest, RefusesWhatItCannotReplace) {

@@ -99,7 +99,7 @@ public:
     /// \name Streams
     /// All readers are silent and return 0, a code of the channel (Kest::ChannelStatus), or Error::WrongCall for user
     /// data that cannot be taken or converted. On an error nothing is changed, but for version 1 as said at Read. A
-    /// record without user data leaves those that the attribute has.
+    /// record without user data leaves those that the attribute has. XML is different: see ReadGenAttrXML.
     /// @{
 
     /// Reads the object stream, of any version up to today's. A later version is passed over and answered with 0. A
@@ -109,6 +109,11 @@ public:
     /// Writes the object stream, in the version asked for by Kest::ClassManager::OutputVersionBlock, with user data as
     /// the converters make them when an output plan version is set. \returns the channel's status
     int Write(Kest::OChannel& channel) const override;
+
+    /// As Write today; nothing is converted.
+    int Store(Kest::ObjectState& state) const override;
+    /// Unlike Read, a state without user data empties them.
+    int Restore(const Kest::ObjectState& state) override;
 
     /// The class, the kind, the name, the index, the flags but for the client-created one, and the user data.
     int WriteContentForIdGeneration(Kest::OChannel& channel) const override;
@@ -315,7 +320,7 @@ protected:
                         IRegDataWriter* writer) const;
     /// Reads those. Without an element "Flags" the flags stay; user data are replaced by what is there.
     /// \returns 0; Error::WrongCall for flags that make no sense (with a message of the channel) or user data that
-    /// cannot be taken; the channel's status. On an error nothing is changed
+    /// cannot be taken; the channel's status. After an error the user data are gone and nothing else is changed
     int ReadGenAttrXML(Kest::XMLIChannel& channel, const KestXML::NamedEnumType<short>* flagNames,
                        IRegDataReader* reader);
 

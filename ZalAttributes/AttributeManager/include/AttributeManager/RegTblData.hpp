@@ -41,6 +41,8 @@ public:
     int Read(Kest::IChannel& channel) override;
     /// \returns 0, or a code of the channel
     int Write(Kest::OChannel& channel) const override;
+    /// Unlike Read, an empty state empties the table.
+    int Restore(const Kest::ObjectState& state) override;
 
     /// The mark of the table: 0x5254424C.
     unsigned int GetSignal() const override;

@@ -37,9 +37,10 @@ public:
     ClassVersion GetVersion() const noexcept { return version; }
 
     /// Ends the frame, unless it is closed already. \returns the channel's status
-    int Close();
+    int Close() { return isOpen ? End() : channel.GetStatus(); }
 
 private:
+    int End();
     void Seal();
 
     OChannel& channel;
@@ -66,13 +67,14 @@ public:
     ClassVersion GetVersion() const noexcept { return version; }
 
     /// Moves behind the frame, past what was not read of it. \returns the channel's status
-    int Close();
+    int Close() { return isOpen ? End() : channel.GetStatus(); }
 
 private:
     struct Header;
 
     bool ReadHeader(Header& header) const;
     void Open(const ClassInfo& info);
+    int End() noexcept;
 
     IChannel& channel;
     const char* outerLimit = nullptr;

@@ -77,7 +77,7 @@ public:
     void AddAll(const NamedEnumType& other) { AddItems(other); }
 
     /// Writes \p value as text. A flag set of 0 is the empty text unless an item has the value 0.
-    /// \returns false, with \p text unchanged, when the value cannot be expressed.
+    /// \returns false, with \p text unchanged, when the value cannot be expressed; today every value can.
     bool ToText(T value, Kest::UniString& text) const { return MakeText(value, text); }
 
     /// Reads what ToText writes: a name, in a flag set any number of names in any order with white space between them

@@ -50,6 +50,10 @@ public:
     /// Writes \p size bytes as they are; \p bytes may be null when \p size is 0.
     int WriteBlock(const void* bytes, std::size_t size);
 
+    /// Makes room for some \p size more bytes at once, which saves copying when the guess is good. Without memory for
+    /// them nothing happens.
+    void Expect(std::size_t size) noexcept;
+
     /// Bytes written so far.
     std::uint64_t GetPosition() const noexcept { return flushed + GetSize(); }
 
@@ -58,6 +62,7 @@ public:
     int Fail(int code) noexcept;
 
     /// \name Platform that is written for
+    /// Numbers and texts follow it. Blocks of bytes do not: what they hold is the business of whoever writes them.
     /// @{
     void SetProtocolPlatform(PlatformSign sign) noexcept;
     /// \returns whether it was set; when not, \p sign keeps its value
@@ -90,6 +95,7 @@ private:
         return EnsureMore(size);
     }
     bool EnsureMore(std::size_t size);
+    bool Grow(std::size_t capacity) noexcept;
 
     char* buffer = nullptr;
     char* cursor = nullptr;

@@ -7,6 +7,7 @@
 #include <Kest/PlatformSign.hpp>
 #include <Kest/UniString.hpp>
 #include <Kest/XMLIChannelException.hpp>
+#include <Kest/XMLName.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -46,7 +47,7 @@ public:
     int EndDocument() noexcept;
 
     /// Enters the next child of the current element, which must have the name \p name.
-    int OpenTag(const char* name) noexcept;
+    int OpenTag(XMLName name) noexcept;
 
     /// Leaves the current element, passing over what has not been read of it. The root is left by EndDocument.
     int CloseTag() noexcept;
@@ -59,22 +60,22 @@ public:
     bool IsNextStartTag() noexcept;
 
     /// Whether the child that comes next is named \p name; otherwise as IsNextStartTag.
-    bool IsNextTag(const char* name) noexcept;
+    bool IsNextTag(XMLName name) noexcept;
 
     /// Reads the next child, which must have the name \p name and hold nothing but one value that \p value can hold.
     /// White space may stand around a value, except around text, where it belongs to it. A bool is "true", "1", "false"
     /// or "0". In text the escapes "\\" and "\uXXXX" (four digits in either letter case) stand for a backslash and for
     /// that UTF-16 unit; a backslash before anything else is damage.
-    int Read(const char* name, short& value) noexcept;
-    int Read(const char* name, unsigned short& value) noexcept;
-    int Read(const char* name, int& value) noexcept;
-    int Read(const char* name, unsigned int& value) noexcept;
-    int Read(const char* name, std::int64_t& value) noexcept;
-    int Read(const char* name, std::uint64_t& value) noexcept;
-    int Read(const char* name, bool& value) noexcept;
-    int Read(const char* name, double& value) noexcept;
-    int Read(const char* name, UniString& value) noexcept;
-    int Read(const char* name, Guid& value) noexcept;
+    int Read(XMLName name, short& value) noexcept;
+    int Read(XMLName name, unsigned short& value) noexcept;
+    int Read(XMLName name, int& value) noexcept;
+    int Read(XMLName name, unsigned int& value) noexcept;
+    int Read(XMLName name, std::int64_t& value) noexcept;
+    int Read(XMLName name, std::uint64_t& value) noexcept;
+    int Read(XMLName name, bool& value) noexcept;
+    int Read(XMLName name, double& value) noexcept;
+    int Read(XMLName name, UniString& value) noexcept;
+    int Read(XMLName name, Guid& value) noexcept;
 
     /// Reads the text of the current element up to the next tag, with escapes as above.
     int ReadText(UniString& value) noexcept;
@@ -116,7 +117,7 @@ private:
     int Try(Operation operation) noexcept;
     UniString DescribeFailure() const noexcept;
     template <class Value>
-    int ReadValue(const char* name, Value& value) noexcept;
+    int ReadValue(XMLName name, Value& value) noexcept;
 
     std::unique_ptr<XMLScanner> scanner;
     Array<UniString>* messages = nullptr;

@@ -6,6 +6,7 @@
 #include <Kest/Export.hpp>
 #include <Kest/Guid.hpp>
 #include <Kest/UniString.hpp>
+#include <Kest/XMLName.hpp>
 
 #include <array>
 #include <cstddef>
@@ -23,8 +24,7 @@ namespace Kest {
 /// as "\uXXXX" with four upper-case hexadecimal digits and a backslash as two of them; CR, LF and TAB become numeric
 /// references. XMLIChannel undoes all of that.
 ///
-/// Names of elements are ASCII, begin with a letter or "_" and go on with letters, digits, "_", "-" and ".", at most
-/// MaximalNameLength characters in all; elements nest at most MaximalDepth deep, the root included.
+/// Names of elements must be proper, see XMLName; elements nest at most MaximalDepth deep, the root included.
 ///
 /// All operations return the channel's status: 0, or the code of the first failure. A failed channel stays failed and
 /// writes nothing more. Codes are ChannelStatus::WrongCall for a name or an order of calls that gives no document,
@@ -32,7 +32,6 @@ namespace Kest {
 class KEST_API XMLOChannel {
 public:
     static constexpr std::size_t MaximalDepth = 256;
-    static constexpr std::size_t MaximalNameLength = 1000;
 
     /// \p sink must outlive the channel; \p documentName, the name of the root element, is copied. A channel that dies
     /// before EndDocument leaves its sink unfinished.
@@ -48,26 +47,26 @@ public:
     /// \returns 0 only when the whole document has been written and the sink finished.
     int EndDocument() noexcept;
 
-    /// Begins an element; \p name is copied.
-    int OpenTag(const char* name) noexcept;
+    /// Begins an element.
+    int OpenTag(XMLName name) noexcept;
 
     /// Ends the element begun last. The root is left to EndDocument.
     int CloseTag() noexcept;
 
     /// An element that holds one value. Numbers are decimal; of a double the shortest text that reads back as the same
     /// number, or "nan", "inf", "-inf"; of a bool "true" or "false".
-    int Write(const char* name, short value) noexcept;
-    int Write(const char* name, unsigned short value) noexcept;
-    int Write(const char* name, int value) noexcept;
-    int Write(const char* name, unsigned int value) noexcept;
-    int Write(const char* name, std::int64_t value) noexcept;
-    int Write(const char* name, std::uint64_t value) noexcept;
-    int Write(const char* name, bool value) noexcept;
-    int Write(const char* name, double value) noexcept;
-    int Write(const char* name, const UniString& value) noexcept;
-    int Write(const char* name, const Guid& value) noexcept;
-    int Write(const char* name, const char* value) = delete;       // would go out as a bool
-    int Write(const char* name, const char16_t* value) = delete;   // likewise
+    int Write(XMLName name, short value) noexcept;
+    int Write(XMLName name, unsigned short value) noexcept;
+    int Write(XMLName name, int value) noexcept;
+    int Write(XMLName name, unsigned int value) noexcept;
+    int Write(XMLName name, std::int64_t value) noexcept;
+    int Write(XMLName name, std::uint64_t value) noexcept;
+    int Write(XMLName name, bool value) noexcept;
+    int Write(XMLName name, double value) noexcept;
+    int Write(XMLName name, const UniString& value) noexcept;
+    int Write(XMLName name, const Guid& value) noexcept;
+    int Write(XMLName name, const char* value) = delete;       // would go out as a bool
+    int Write(XMLName name, const char16_t* value) = delete;   // likewise
 
     /// An element "ClassVersion" with the major and the minor number, as in "1.0".
     int WriteVersion(ClassVersion version) noexcept;
@@ -95,12 +94,12 @@ private:
     char* Room(std::size_t size) noexcept;
     void Advance(const char* newEnd) noexcept { used = static_cast<std::size_t>(newEnd - buffer.get()); }
     char* BeginLine(std::size_t size) noexcept;
-    std::string_view BeginElement(const char* name, std::size_t size, char*& end) noexcept;
+    std::string_view BeginElement(XMLName name, std::size_t size, char*& end) noexcept;
     template <class Encode>
-    int WriteValue(const char* name, std::size_t longest, Encode encode) noexcept;
+    int WriteValue(XMLName name, std::size_t longest, Encode encode) noexcept;
     template <class Number>
-    int WriteNumber(const char* name, Number value) noexcept;
-    int WriteLongText(const char* name, std::u16string_view text) noexcept;
+    int WriteNumber(XMLName name, Number value) noexcept;
+    int WriteLongText(XMLName name, std::u16string_view text) noexcept;
 
     IByteSink* sink;   // null when the document has ended
     Array<UniString>* messages = nullptr;

@@ -11,7 +11,7 @@ template <class Channel>
 class XMLScopedTag {
 public:
     /// Opens \p name; GetStatus tells whether that worked.
-    XMLScopedTag(Channel& newChannel, const char* name) noexcept
+    XMLScopedTag(Channel& newChannel, XMLName name) noexcept
         : channel(newChannel),
           isOpen(newChannel.OpenTag(name) == 0) {}
     ~XMLScopedTag() { Close(); }

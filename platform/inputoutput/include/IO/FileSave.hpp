@@ -14,13 +14,14 @@ namespace IO {
 
 /// Replaces one file as a whole: whenever the program or the system stops, the file is the old one or the new one.
 ///
-/// The bytes go into a new file beside the target, "<name>.new" or, where that is taken, "<name>.new1" and so on, which
-/// takes the target's place at the end. A symbolic link stays a link: the file that it points at is replaced. The new
-/// file has the permissions of the old one and, where the system lets us, its owner. What is there but is no file (a
-/// folder, a device) is refused, and so is a file that nobody may write.
+/// The bytes go into a new file beside the target, ".<name>.zal-new" or, while others save the same file, up to
+/// ".<name>.zal-new31", which takes the target's place at the end. A symbolic link stays a link: the file that it
+/// points at is replaced. The new file has the permissions of the old one and, where the system lets us, its owner.
+/// What is there but is no file (a folder, a device) is refused, and so is a file that nobody may write.
 ///
-/// Unfinished, the object leaves the target as it was and removes the new file; only a program that is killed leaves
-/// one behind. Bytes are handed to the system as they come: write them in blocks.
+/// Unfinished, the object leaves the target as it was and removes the new file. A program that is killed leaves one
+/// behind, which the next save of the same target removes: the new file of a save at work is locked, so that it can be
+/// told from such a stray. Bytes are handed to the system as they come: write them in blocks.
 class IO_API FileSave : public Kest::IByteSink {
 public:
     /// Touches nothing yet.

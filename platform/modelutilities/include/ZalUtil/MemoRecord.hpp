@@ -42,6 +42,9 @@ private:
     std::size_t offset = 0;
 };
 
+/// Puts the MemoHeaderSize bytes of the header of \p record at \p header; its data and its offset do not count.
+ZALUTIL_API void StoreMemoHeader(char* header, const MemoRecord& record) noexcept;
+
 /// Finds the first record of \p owner. \returns false when there is none
 ZALUTIL_API bool FindMemoRecord(const char* table, std::size_t size, const Owner& owner, MemoRecord& record) noexcept;
 
