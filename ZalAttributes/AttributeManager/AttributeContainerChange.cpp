@@ -14,6 +14,7 @@
 
 #include "AttributeIndexTables.hpp"
 #include "FreeName.hpp"
+#include "ReportRename.hpp"
 
 namespace ADB {
 namespace {
@@ -172,6 +173,7 @@ int AttributeContainer::CheckContainer() {
         const Kest::UniString name =
             FindFreeName(attribute.GetConst()->GetName(), runs,
                          [&names](const Kest::UniString& candidate) { return names.Contains(candidate.ToUpper()); });
+        ReportRename(refId, attribute.GetConst()->GetName(), name, attribute.GetConst()->GetIndex());
         attribute->SetName(name);
         names.Add(name.ToUpper());
     }

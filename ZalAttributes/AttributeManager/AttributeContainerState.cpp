@@ -13,6 +13,7 @@
 #include <AttributeManager/AttributeErrors.hpp>
 
 #include "CatchMemoryFull.hpp"
+#include "ReportLaterFrame.hpp"
 #include "UnsupportedVersion.hpp"
 #include "WriteOrFail.hpp"
 
@@ -162,6 +163,8 @@ int AttributeContainer::ReadIsolatedState(Kest::IChannel& channel) {
                              refId);
             return frame.Close();
         }
+        ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
+        const ODB::IdReadingScope identities(GetIdSpace());
         IsolatedState content;
         const int status = frame.GetVersion().GetMajor() == 3 ? ReadIsolatedStateVersion3(channel, content)
                                                               : ReadIsolatedStateVersion2(channel, content);
@@ -169,6 +172,7 @@ int AttributeContainer::ReadIsolatedState(Kest::IChannel& channel) {
         if (status != 0 || closing != 0)
             return status != 0 ? status : closing;
         TakeContent(std::move(content));
+        ReportLaterParts(identities, refId);
         return int{Error::None};
     });
 }
@@ -287,6 +291,7 @@ int AttributeContainer::ReadLumIsolatedState(Kest::IChannel& channel) {
                              refId);
             return frame.Close();
         }
+        ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
         IsolatedState content;
         ReadFields(channel, content);
         if (const int status = frame.Close(); status != 0)

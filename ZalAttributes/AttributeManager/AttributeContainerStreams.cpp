@@ -7,6 +7,7 @@
 #include "AttributeIndexTables.hpp"
 #include "CatchMemoryFull.hpp"
 #include "ContainerFilling.hpp"
+#include "ReportLaterFrame.hpp"
 #include "SizeForecast.hpp"
 #include "UnsupportedVersion.hpp"
 #include "WriteOrFail.hpp"
@@ -83,6 +84,7 @@ int AttributeContainer::Read(Kest::IChannel& channel) {
             NoteSkippedFrame("ADB::AttributeContainer::Read", *GetClassInfoStatic(), frame.GetVersion(), refId);
             return frame.Close();
         }
+        ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
         const int status = ReadVersion12(channel, frame);
         const int closing = frame.Close();
         return status != 0 ? status : closing;

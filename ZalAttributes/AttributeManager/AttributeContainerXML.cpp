@@ -4,6 +4,7 @@
 #include <AttributeManager/AttributeContainer.hpp>
 #include <AttributeManager/AttributeErrors.hpp>
 #include <AttributeManager/AttributeIterator.hpp>
+#include <AttributeManager/ReadReport.hpp>
 
 #include "CatchMemoryFull.hpp"
 #include "ContainerFilling.hpp"
@@ -70,16 +71,25 @@ int AttributeContainer::ReadXMLAttributes(Kest::XMLIChannel& channel) {
     if (const int status = filling.FindKind(); status != 0)
         return status;
     const auto readOne = [&channel](GeneralAttribute& attribute) {
+        const std::size_t skipped = channel.GetSkippedElementCount();
         channel.OpenTag(AttributeElement);
         const int status = attribute.ReadXML(channel);
         const int closing = channel.CloseTag();
+        if (channel.GetSkippedElementCount() > skipped && ReadReport::IsWanted())
+            ReadReport::Add({.kind = ReadReport::ElementSkipped,
+                             .refId = attribute.GetAttributeTypeId(),
+                             .name = attribute.GetName(),
+                             .index = attribute.GetIndex()});
         return status != 0 ? status : closing;
     };
     while (channel.IsNextStartTag())
         if (const int status = filling.Add(readOne); status != 0)
             return status;
+    const std::size_t skipped = channel.GetSkippedElementCount();
     if (const int status = channel.CloseTag(); status != 0)
         return status;
+    if (channel.GetSkippedElementCount() > skipped && ReadReport::IsWanted())
+        ReadReport::Add({.kind = ReadReport::ElementSkipped, .name = typeName});
     if (const int status = filling.ConnectAll(); status != 0)
         return status;
     filling.Keep();

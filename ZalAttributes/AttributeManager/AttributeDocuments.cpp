@@ -163,7 +163,12 @@ int Reader::Read(short number, const ReadContent& content) {
     const MessageGuard guard(*channel, GetNames()[static_cast<std::size_t>(number)], messages);
     if (const int status = content(*channel); status != 0)
         return status;
-    return channel->EndDocument();
+    // Whoever reads a type reports what it passed over there itself.
+    const std::size_t reported = number == Main ? 0 : channel->GetSkippedElementCount();
+    const int status = channel->EndDocument();
+    if (status == 0 && channel->GetSkippedElementCount() > reported)
+        ReadReport::Add({.kind = ReadReport::ElementSkipped, .name = GetNames()[static_cast<std::size_t>(number)]});
+    return status;
 }
 
 int Reader::ReadTypeCount(Kest::XMLIChannel& channel, short& count) {
@@ -178,6 +183,9 @@ int Reader::ReadTypes(short count, const ReadType& content) {
         status = Read(typeId, [&](Kest::XMLIChannel& channel) { return content(channel, typeId); });
     if (status == 0 && count > LastType)
         messages.Add(GetNames()[Main], Kest::UniString::Printf("Types %d to %d are not read", LastType + 1, count));
+    for (int typeId = std::max<int>(count, 0) + 1; status == 0 && typeId <= LastType; ++typeId)
+        if (const Kest::UniString& name = GetNames()[static_cast<std::size_t>(typeId)]; view->Contains(name))
+            ReadReport::Add({.kind = ReadReport::TypeSkipped, .name = name});
     return status;
 }
 
@@ -190,7 +198,7 @@ std::unique_ptr<Kest::XMLIChannel> Reader::Open(short number) noexcept {
             return std::make_unique<Kest::XMLIChannel>(std::move(bytes), documentName);
         if (status == Kest::ChannelStatus::MemoryFull)
             throw std::bad_alloc();
-        if (status == Kest::ChannelStatus::ReadFailed)
+        if (status == Kest::ChannelStatus::ReadFailed && IsAbsent(number))
             ReadReport::Add({.kind = ReadReport::FileMissing, .name = GetNames()[static_cast<std::size_t>(number)]});
         Refuse(number, problem);
     } catch (const KestXML::XMLIChannelException& exception) {
@@ -199,6 +207,16 @@ std::unique_ptr<Kest::XMLIChannel> Reader::Open(short number) noexcept {
         DBPrintf("Exception in FileOpenXML");
     }
     return nullptr;
+}
+
+bool Reader::IsAbsent(short number) const {
+    const Kest::UniString& name = GetNames()[static_cast<std::size_t>(number)];
+    IO::Location location(document);
+    if (number != Main) {
+        location.DeleteLastLocalName();
+        location.AppendToLocal(name);
+    }
+    return !IO::IsFile(location) && !(view && view->Contains(name));
 }
 
 void Reader::Refuse(short number, const Kest::UniString& reason) const noexcept {

@@ -140,6 +140,7 @@ private:
     std::unique_ptr<Kest::XMLIChannel> Open(short number) noexcept;
     int ReadFile(short number, std::string& bytes, Kest::UniString& problem);
     int OpenFolder();
+    bool IsAbsent(short number) const;
     void Refuse(short number, const Kest::UniString& reason) const noexcept;
 
     const IO::Location& document;

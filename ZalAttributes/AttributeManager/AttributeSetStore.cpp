@@ -20,6 +20,7 @@
 #include <AttributeManager/AttributeErrors.hpp>
 
 #include "CatchMemoryFull.hpp"
+#include "ReportLaterFrame.hpp"
 
 // The bytes are a frame of the store around the stream of the set, little-endian.
 //
@@ -125,14 +126,18 @@ int AttributeSetStore::Load(ODB::Ref<AttributeSet> set) const {
         return Error::WrongCall;
     if (frame.GetStatus() != 0)
         return frame.GetStatus();
+    ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
     const ODB::IdSpace::InputScope scope(set.GetIdSpace());
     return set.GetLogicalConst()->Read(channel);
 }
 
 int AttributeSetStore::ReadIsolatedState(Kest::IChannel& channel) {
     Kest::InputFrame frame(channel, *GetClassInfoStatic());
+    const ODB::IdReadingScope identities(GetIdSpace());
     if (const int status = ODB::Object::ReadIsolatedState(channel); status != 0)
         return status;
+    ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
+    ReportLaterParts(identities, 0);
     std::uint32_t size = 0;
     std::unique_ptr<char[]> bytes;
     channel.ReadCount(size, 1);   // as many as there are: only then is memory taken

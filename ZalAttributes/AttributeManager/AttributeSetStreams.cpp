@@ -10,6 +10,7 @@
 
 #include "CatchMemoryFull.hpp"
 #include "RegisteredTypeId.hpp"
+#include "ReportLaterFrame.hpp"
 #include "SizeForecast.hpp"
 #include "UnsupportedVersion.hpp"
 #include "WriteOrFail.hpp"
@@ -92,6 +93,7 @@ int AttributeSet::Read(Kest::IChannel& channel) {
         NoteSkippedFrame("ADB::AttributeSet::Read", *GetClassInfoStatic(), version, 0);
         return frame.Close();
     }
+    ReportLaterFrame(*GetClassInfoStatic(), version);
     const int status = CatchMemoryFull([&] { return ReadVersion1234(channel); });
     const int closed = frame.Close();
     return status != 0 ? status : closed;
@@ -146,6 +148,7 @@ int AttributeSet::ReadIsolatedState(Kest::IChannel& channel) {
         NoteSkippedFrame("ADB::AttributeSet::ReadIsolatedState", *GetClassInfoStatic(), frame.GetVersion(), 0);
         return frame.Close();
     }
+    ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
     Fills read;
     channel.Read(read.solid);
     channel.Read(read.empty);

@@ -13,6 +13,8 @@
 
 #include "FreeName.hpp"
 #include "RegisteredTypeId.hpp"
+#include "ReportLaterFrame.hpp"
+#include "ReportRename.hpp"
 
 namespace ADB {
 namespace {
@@ -29,6 +31,11 @@ ContainerFilling::~ContainerFilling() {
     std::for_each(attributes.begin() + static_cast<std::ptrdiff_t>(connected), attributes.end(),
                   [](GeneralAttribute* attribute) { delete attribute; });
     container.ResetContainer();
+}
+
+void ContainerFilling::Keep() noexcept {
+    isKept = true;
+    ReportLaterParts(identities, container.GetRefId());
 }
 
 int ContainerFilling::FindKind() {
@@ -134,12 +141,7 @@ int ContainerFilling::Rename(GeneralAttribute& attribute) {
         return status;
     keys.names.Reserve(keys.names.GetSize() + 1);
     keys.names.Add(Kest::HashIgnoringCase(name), *attribute.GetInfo());
-    if (ReadReport::IsWanted())
-        ReadReport::Add({.kind = ReadReport::AttributeRenamed,
-                         .refId = container.GetRefId(),
-                         .name = stored,
-                         .newName = name,
-                         .index = attribute.GetIndex()});
+    ReportRename(container.GetRefId(), stored, name, attribute.GetIndex());
     return Error::None;
 }
 

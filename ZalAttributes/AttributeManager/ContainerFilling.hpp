@@ -58,7 +58,7 @@ public:
     }
 
     /// What was read stays.
-    void Keep() noexcept { isKept = true; }
+    void Keep() noexcept;
 
 private:
     template <class Read>

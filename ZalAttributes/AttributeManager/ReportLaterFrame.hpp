@@ -2,6 +2,9 @@
 
 #include <Kest/ClassInfo.hpp>
 
+#include <ODB/IdReadingScope.hpp>
+#include <ODB/Object.hpp>
+
 #include <AttributeManager/ReadReport.hpp>
 
 namespace ADB {
@@ -11,6 +14,16 @@ namespace ADB {
 inline void ReportLaterFrame(const Kest::ClassInfo& info, Kest::ClassVersion version) noexcept {
     if ((version > info.GetVersion() || version.GetMajor() == 0) && ReadReport::IsWanted())
         ReadReport::Add({.kind = ReadReport::FrameSkipped, .className = info.GetName(), .version = version});
+}
+
+/// The same for base parts of objects that were read in the scope of \p identities.
+/// \param refId of the attribute type, 0 when it is none's business
+inline void ReportLaterParts(const ODB::IdReadingScope& identities, unsigned int refId) noexcept {
+    if (identities.HasMetLaterParts() && ReadReport::IsWanted())
+        ReadReport::Add({.kind = ReadReport::FrameSkipped,
+                         .refId = refId,
+                         .className = ODB::Object::GetClassInfoStatic()->GetName(),
+                         .version = identities.GetLaterVersion()});
 }
 
 }   // namespace ADB

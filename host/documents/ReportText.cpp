@@ -53,6 +53,9 @@ std::string TextOf(const ReadReport::Entry& entry) {
         return TextOfAttribute(entry) + " has no flags";
     case ReadReport::FileMissing:
         return "the document " + ReplaceControls(entry.name) + " is missing";
+    case ReadReport::ElementSkipped:
+        return "elements that a later program wrote were passed over in " +
+               (entry.refId != 0 ? TextOfAttribute(entry) : ReplaceControls(entry.name));
     case ReadReport::SavePending:
         return "an interrupted save was seen through";
     }

@@ -117,7 +117,10 @@ int XMLIChannel::Try(Operation operation) noexcept {
 }
 
 int XMLIChannel::EndDocument() noexcept {
-    return Try([this] { return scanner->End(); });
+    const std::size_t before = scanner->GetPassedElements();
+    const int result = Try([this] { return scanner->End(); });
+    skippedElements += scanner->GetPassedElements() - before;
+    return result;
 }
 
 int XMLIChannel::OpenTag(XMLName name) noexcept {
@@ -127,7 +130,10 @@ int XMLIChannel::OpenTag(XMLName name) noexcept {
 int XMLIChannel::CloseTag() noexcept {
     if (scanner->GetDepth() == 1)
         return FailAt(scanner->GetCursor(), ChannelStatus::WrongCall, [] { return "No element is open but the root"; });
-    return Try([this] { return scanner->CloseDownTo(scanner->GetDepth() - 1); });
+    const std::size_t before = scanner->GetPassedElements();
+    const int result = Try([this] { return scanner->CloseDownTo(scanner->GetDepth() - 1); });
+    skippedElements += scanner->GetPassedElements() - before;
+    return result;
 }
 
 int XMLIChannel::SkipElement() noexcept {

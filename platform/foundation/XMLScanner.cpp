@@ -348,6 +348,7 @@ bool XMLScanner::SkipMarkup() noexcept {
     }
     if (rest.starts_with("<!--") || rest.starts_with("<?"))
         return SkipRemark(cursor);
+    ++passedElements;
     return ReadStartTag(cursor);
 }
 

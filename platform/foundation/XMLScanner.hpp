@@ -42,6 +42,8 @@ public:
     bool End() noexcept;
 
     std::size_t GetDepth() const noexcept { return openTags.size(); }
+    /// Elements whose start tags were passed over.
+    std::size_t GetPassedElements() const noexcept { return passedElements; }
 
     /// Whether a child of the current element comes next. Moves up to it.
     bool IsNextStartTag() noexcept;
@@ -101,8 +103,9 @@ private:
     const char* cursor;
     const char* end;
     std::vector<std::string_view> openTags;   // room for all that there may be is there from the start
-    bool isInEmptyTag = false;                // the current element is of the form <Name/>
-    std::vector<char16_t> units;              // decoded text; never gets smaller
+    std::size_t passedElements = 0;
+    bool isInEmptyTag = false;     // the current element is of the form <Name/>
+    std::vector<char16_t> units;   // decoded text; never gets smaller
     std::size_t unitCount = 0;
     bool hasBackslash = false;         // among the units
     const char* textStart = nullptr;   // where the text read last begins

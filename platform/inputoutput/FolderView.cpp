@@ -31,6 +31,7 @@ public:
     Work(const Location& folder, std::span<const Kest::UniString> knownNames) : layout(folder, knownNames) {}
 
     int Open();
+    bool Contains(const Kest::UniString& name) const;
     int ReadFile(const Kest::UniString& name, std::string& bytes);
 
     const Kest::UniString& GetProblem() const noexcept { return failure.GetProblem(); }
@@ -106,6 +107,11 @@ bool FolderView::Work::IsUnchanged(const std::vector<Sight>& before) const {
     return std::equal(seen.begin(), seen.end(), before.begin(), before.end(), [&](const Sight& a, const Sight& b) {
         return a.own.IsSameFile(b.own) && (!hasJournal || a.made.IsSameFile(b.made));
     });
+}
+
+bool FolderView::Work::Contains(const Kest::UniString& name) const {
+    const std::size_t document = isOpen ? layout.Find(name) : FolderLayout::NoDocument;
+    return document != FolderLayout::NoDocument && (FindEntry(document) != nullptr || seen[document].own.IsThere());
 }
 
 int FolderView::Work::ReadFile(const Kest::UniString& name, std::string& bytes) {
@@ -186,6 +192,10 @@ FolderView::~FolderView() = default;
 
 int FolderView::Open() {
     return work->Open();
+}
+
+bool FolderView::Contains(const Kest::UniString& name) const noexcept {
+    return work->Contains(name);
 }
 
 int FolderView::ReadFile(const Kest::UniString& name, std::string& bytes) {

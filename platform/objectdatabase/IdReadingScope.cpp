@@ -22,9 +22,7 @@ IdReadingScope::~IdReadingScope() {
 
 void IdReadingScope::Identify(const Ref<Object>& object) {
     Ref<Object> named(object);
-    if (!lastStored.IsNull() && !space->Contains(lastStored)) {
-        named.Init(lastStored, space);
-    } else {
+    if (lastStored.IsNull() || !named.Init(lastStored, space)) {
         if (!lastStored.IsNull())
             renamed.Reserve(renamed.GetSize() + 1);
         named.GenerateId(space);
@@ -39,6 +37,11 @@ void IdReadingScope::Identify(const Ref<Object>& object) {
 void IdReadingScope::NoteStoredId(const Id& id) noexcept {
     if (innermost != nullptr)
         innermost->lastStored = id;
+}
+
+void IdReadingScope::NoteVersion(Kest::ClassVersion version, Kest::ClassVersion ours) noexcept {
+    if (innermost != nullptr && version > ours && version > innermost->laterVersion)
+        innermost->laterVersion = version;
 }
 
 ObjectInfo* IdReadingScope::FindKnown(const Id& id) noexcept {

@@ -60,8 +60,10 @@ int Object::WriteIdentity(Kest::OChannel& channel, const Kest::ClassInfo& partCl
 int Object::ReadIdentity(Kest::IChannel& channel, const Kest::ClassInfo& partClass) {
     Kest::InputFrame frame(channel, partClass);
     Kest::Guid guid;
-    if (frame.GetStatus() == 0 && channel.Read(guid) == 0)
+    if (frame.GetStatus() == 0 && channel.Read(guid) == 0) {
         IdReadingScope::NoteStoredId(Id(guid));
+        IdReadingScope::NoteVersion(frame.GetVersion(), partClass.GetVersion());
+    }
     return frame.Close();
 }
 

@@ -17,7 +17,7 @@ class ADB_API ReadReport {
 public:
     enum Kind : int {
         FrameSkipped = 1,          ///< a frame of a later version: `className`, `version`
-        TypeSkipped = 2,           ///< a type of no container: `name` is its GUID
+        TypeSkipped = 2,           ///< a type that was not read: `name` is its GUID or the name of its document
         AttributeRenamed = 3,      ///< `name` is the stored name, `newName` the present one, `index` the present index
         AttributeRenumbered = 4,   ///< `index` is the stored index, `newIndex` the present one
         RecordDropped = 5,         ///< an attribute that could not be kept: `name`, `index`
@@ -25,6 +25,8 @@ public:
         FlagsMissing = 7,             ///< an attribute without flags in a document: `name`, `index`
         FileMissing = 8,              ///< a document that is not there: `name` is its file name
         SavePending = 9,              ///< an interrupted save was seen through
+        ElementSkipped = 10,   ///< elements were passed over: of the attribute `name`, `index`, else of the document
+                               ///< or type `name`
     };
 
     struct Entry {

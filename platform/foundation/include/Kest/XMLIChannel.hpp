@@ -64,7 +64,7 @@ public:
 
     /// Reads the next child, which must have the name \p name and hold nothing but one value that \p value can hold.
     /// White space may stand around a value, except around text, where it belongs to it. A bool is "true", "1", "false"
-    /// or "0". In text the escapes "\\" and "\uXXXX" (four digits in either letter case) stand for a backslash and for
+    /// or "0". In text the escapes "\\" and "\\uXXXX" (four digits in either letter case) stand for a backslash and for
     /// that UTF-16 unit; a backslash before anything else is damage.
     int Read(XMLName name, short& value) noexcept;
     int Read(XMLName name, unsigned short& value) noexcept;
@@ -95,6 +95,9 @@ public:
 
     int GetStatus() const noexcept { return status; }
 
+    /// Elements that CloseTag and EndDocument passed over so far, those inside others too.
+    std::size_t GetSkippedElementCount() const noexcept { return skippedElements; }
+
     /// Makes the channel fail with \p code, other than 0, and adds \p message with the place reached to the messages. A
     /// channel that has failed already keeps its first code and takes no further message.
     int Fail(int code, const UniString& message) noexcept;
@@ -122,6 +125,7 @@ private:
     std::unique_ptr<XMLScanner> scanner;
     Array<UniString>* messages = nullptr;
     std::optional<PlatformSign> protocolPlatform;
+    std::size_t skippedElements = 0;
     int status = 0;
 };
 

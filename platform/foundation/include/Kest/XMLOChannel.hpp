@@ -21,7 +21,7 @@ namespace Kest {
 ///
 /// The document is UTF-8, one element a line, indented by tabs; the same calls give the same bytes. Any text survives:
 /// of UniString values, a unit that XML cannot carry (a control character, a lone surrogate, U+FFFE, U+FFFF) is written
-/// as "\uXXXX" with four upper-case hexadecimal digits and a backslash as two of them; CR, LF and TAB become numeric
+/// as "\\uXXXX" with four upper-case hexadecimal digits and a backslash as two of them; CR, LF and TAB become numeric
 /// references. XMLIChannel undoes all of that.
 ///
 /// Names of elements must be proper, see XMLName; elements nest at most MaximalDepth deep, the root included.

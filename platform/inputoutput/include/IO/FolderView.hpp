@@ -34,6 +34,9 @@ public:
     /// when what an interrupted save has left makes no whole; WrongCall for bad known names; MemoryFull.
     int Open();
 
+    /// Whether the document \p name was there when the view was opened; false for an unknown name and before Open.
+    bool Contains(const Kest::UniString& name) const noexcept;
+
     /// Reads the document \p name into \p bytes.
     /// \returns 0; ReadFailed when there is no such document, when it cannot be read or when a save came between;
     /// WrongCall for an unknown name or before Open; what Open returns; MemoryFull. When not 0, \p bytes is as before.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Kest/ClassVersion.hpp>
 #include <Kest/HashTable.hpp>
 
 #include <ODB/Export.hpp>
@@ -30,18 +31,25 @@ public:
     /// Whether every object got the id that it was stored with.
     bool AreAllIdsKept() const noexcept { return renamed.IsEmpty() && !lostAny; }
 
+    /// Whether a base part was of a later version than ours: what it has beyond ours was passed over.
+    bool HasMetLaterParts() const noexcept { return laterVersion != Kest::ClassVersion(); }
+    /// The latest such version; 0.0 without one.
+    Kest::ClassVersion GetLaterVersion() const noexcept { return laterVersion; }
+
 private:
     friend class Object;
     friend class RefBase;
 
     static void NoteStoredId(const Id& id) noexcept;
+    static void NoteVersion(Kest::ClassVersion version, Kest::ClassVersion ours) noexcept;
     static ObjectInfo* FindKnown(const Id& id) noexcept;
 
     IdSpace* space;
     IdReadingScope* outer;
     Id lastStored;
     Kest::HashTable<Id, Ref<Object>> renamed;   // by stored id: only objects whose id is another one now
-    bool lostAny = false;                       // an object was stored without an id
+    Kest::ClassVersion laterVersion;
+    bool lostAny = false;   // an object was stored without an id
 };
 
 }   // namespace ODB
