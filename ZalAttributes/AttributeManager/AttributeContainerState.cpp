@@ -172,7 +172,7 @@ int AttributeContainer::ReadIsolatedState(Kest::IChannel& channel) {
         if (status != 0 || closing != 0)
             return status != 0 ? status : closing;
         TakeContent(std::move(content));
-        ReportLaterParts(identities, refId);
+        ReportLaterParts(identities, *Lum::Object::GetClassInfoStatic(), refId);
         return int{Error::None};
     });
 }
@@ -236,6 +236,8 @@ int AttributeContainer::ReadLockableSet(Kest::IChannel& channel, IsolatedState& 
     Kest::InputFrame base(channel, *Lum::LockableObject::GetClassInfoStatic());
     if (const int status = Lum::Object::ReadIsolatedState(channel); status != 0)
         return status;
+    ReportLaterFrame(*Lum::LockableObjectSet::GetClassInfoStatic(), frame.GetVersion());
+    ReportLaterFrame(*Lum::LockableObject::GetClassInfoStatic(), base.GetVersion());
     ReadPermission(channel, state.createPermission);
     ReadPermission(channel, state.deleteModifyPermission);
     base.Close();

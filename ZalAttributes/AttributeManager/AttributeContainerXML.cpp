@@ -88,8 +88,8 @@ int AttributeContainer::ReadXMLAttributes(Kest::XMLIChannel& channel) {
     const std::size_t skipped = channel.GetSkippedElementCount();
     if (const int status = channel.CloseTag(); status != 0)
         return status;
-    if (channel.GetSkippedElementCount() > skipped && ReadReport::IsWanted())
-        ReadReport::Add({.kind = ReadReport::ElementSkipped, .name = typeName});
+    if (channel.GetSkippedElementCount() > skipped)   // text between them hides the attributes behind it
+        return channel.Fail(Kest::ChannelStatus::Damaged, u"There is text between the attributes");
     if (const int status = filling.ConnectAll(); status != 0)
         return status;
     filling.Keep();

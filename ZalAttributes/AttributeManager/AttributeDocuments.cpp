@@ -167,7 +167,7 @@ int Reader::Read(short number, const ReadContent& content) {
     const std::size_t reported = number == Main ? 0 : channel->GetSkippedElementCount();
     const int status = channel->EndDocument();
     if (status == 0 && channel->GetSkippedElementCount() > reported)
-        ReadReport::Add({.kind = ReadReport::ElementSkipped, .name = GetNames()[static_cast<std::size_t>(number)]});
+        ReadReport::Add({.kind = ReadReport::ElementSkipped, .name = GetFileName(number)});
     return status;
 }
 
@@ -181,8 +181,10 @@ int Reader::ReadTypes(short count, const ReadType& content) {
     int status = 0;
     for (short typeId = 1; status == 0 && typeId <= std::min(count, LastType); ++typeId)
         status = Read(typeId, [&](Kest::XMLIChannel& channel) { return content(channel, typeId); });
-    if (status == 0 && count > LastType)
+    if (status == 0 && count > LastType) {
         messages.Add(GetNames()[Main], Kest::UniString::Printf("Types %d to %d are not read", LastType + 1, count));
+        ReadReport::Add({.kind = ReadReport::TypeSkipped, .name = document.GetLastLocalName()});
+    }
     for (int typeId = std::max<int>(count, 0) + 1; status == 0 && typeId <= LastType; ++typeId)
         if (const Kest::UniString& name = GetNames()[static_cast<std::size_t>(typeId)]; view->Contains(name))
             ReadReport::Add({.kind = ReadReport::TypeSkipped, .name = name});
@@ -199,7 +201,7 @@ std::unique_ptr<Kest::XMLIChannel> Reader::Open(short number) noexcept {
         if (status == Kest::ChannelStatus::MemoryFull)
             throw std::bad_alloc();
         if (status == Kest::ChannelStatus::ReadFailed && IsAbsent(number))
-            ReadReport::Add({.kind = ReadReport::FileMissing, .name = GetNames()[static_cast<std::size_t>(number)]});
+            ReadReport::Add({.kind = ReadReport::FileMissing, .name = GetFileName(number)});
         Refuse(number, problem);
     } catch (const KestXML::XMLIChannelException& exception) {
         Refuse(number, exception.GetMessage());
@@ -209,14 +211,19 @@ std::unique_ptr<Kest::XMLIChannel> Reader::Open(short number) noexcept {
     return nullptr;
 }
 
+Kest::UniString Reader::GetFileName(short number) const {
+    return number == Main ? document.GetLastLocalName() : GetNames()[static_cast<std::size_t>(number)];
+}
+
+// A folder that the system does not let us see into may have it.
 bool Reader::IsAbsent(short number) const {
-    const Kest::UniString& name = GetNames()[static_cast<std::size_t>(number)];
-    IO::Location location(document);
-    if (number != Main) {
-        location.DeleteLastLocalName();
-        location.AppendToLocal(name);
-    }
-    return !IO::IsFile(location) && !(view && view->Contains(name));
+    const Kest::UniString name = GetFileName(number);
+    IO::Location folder(document);
+    folder.DeleteLastLocalName();
+    folder = FolderOf(folder);
+    const IO::Location location = LocationIn(folder, name);
+    const bool canTell = isFolderOpen || !IO::IsFolder(folder);
+    return canTell && !IO::IsFile(location) && !IO::IsFolder(location) && !view->Contains(name);
 }
 
 void Reader::Refuse(short number, const Kest::UniString& reason) const noexcept {
@@ -243,7 +250,8 @@ int Reader::OpenFolder() {
     folder.DeleteLastLocalName();
     view.emplace(FolderOf(folder), GetNames());
     const int status = view->Open();
-    if (status == 0 && IO::IsFile(LocationIn(FolderOf(folder), JournalName)))
+    isFolderOpen = status == 0;
+    if (isFolderOpen && IO::IsFile(LocationIn(FolderOf(folder), JournalName)))
         ReadReport::Add({.kind = ReadReport::SavePending});
     return status;
 }

@@ -140,13 +140,15 @@ private:
     std::unique_ptr<Kest::XMLIChannel> Open(short number) noexcept;
     int ReadFile(short number, std::string& bytes, Kest::UniString& problem);
     int OpenFolder();
+    Kest::UniString GetFileName(short number) const;
     bool IsAbsent(short number) const;
     void Refuse(short number, const Kest::UniString& reason) const noexcept;
 
     const IO::Location& document;
     const char* documentName;
     Messages messages;
-    std::optional<IO::FolderView> view;   // once its folder is open
+    std::optional<IO::FolderView> view;   // made when the first document is read
+    bool isFolderOpen = false;
 };
 
 }   // namespace ADB::AttributeDocuments

@@ -137,7 +137,7 @@ int AttributeSetStore::ReadIsolatedState(Kest::IChannel& channel) {
     if (const int status = ODB::Object::ReadIsolatedState(channel); status != 0)
         return status;
     ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
-    ReportLaterParts(identities, 0);
+    ReportLaterParts(identities, *ODB::Object::GetClassInfoStatic(), 0);
     std::uint32_t size = 0;
     std::unique_ptr<char[]> bytes;
     channel.ReadCount(size, 1);   // as many as there are: only then is memory taken

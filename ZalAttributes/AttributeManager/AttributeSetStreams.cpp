@@ -168,6 +168,8 @@ int AttributeSet::WriteLumIsolatedState(Kest::OChannel& channel) const {
 
 int AttributeSet::ReadLumIsolatedState(Kest::IChannel& channel) {
     Kest::InputFrame frame(channel, *GetClassInfoStatic());
+    if (frame.GetStatus() == 0)
+        ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
     return frame.Close();
 }
 

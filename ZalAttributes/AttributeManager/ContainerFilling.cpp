@@ -7,6 +7,8 @@
 #include <Kest/ClassManager.hpp>
 #include <Kest/EventSource.hpp>
 
+#include <Lum/Object.hpp>
+
 #include <AttributeManager/AttributeErrors.hpp>
 #include <AttributeManager/IAttributeRegister.hpp>
 #include <AttributeManager/ReadReport.hpp>
@@ -35,7 +37,7 @@ ContainerFilling::~ContainerFilling() {
 
 void ContainerFilling::Keep() noexcept {
     isKept = true;
-    ReportLaterParts(identities, container.GetRefId());
+    ReportLaterParts(identities, *Lum::Object::GetClassInfoStatic(), container.GetRefId());
 }
 
 int ContainerFilling::FindKind() {

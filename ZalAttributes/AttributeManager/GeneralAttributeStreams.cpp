@@ -102,6 +102,18 @@ GeneralAttribute::IsolatedState GeneralAttribute::BeginReading() const {
     return content;
 }
 
+void GeneralAttribute::WriteNumbers(Kest::OChannel& channel) const {
+    channel.Write(index);
+    channel.Write(flags);
+    channel.Write(modificationTime);
+}
+
+void GeneralAttribute::ReadNumbers(Kest::IChannel& channel, IsolatedState& content) {
+    channel.Read(content.index);
+    channel.Read(content.flags);
+    channel.Read(content.modificationTime);
+}
+
 int GeneralAttribute::WriteMemo(Kest::OChannel& channel) const {
     if (UserDataConverter::GetOutputPlanVersion() == 0)
         return memo.Write(channel);
@@ -132,9 +144,7 @@ int GeneralAttribute::WriteVersion(Kest::OChannel& channel, Kest::ClassVersion v
 int GeneralAttribute::WriteVersion1(Kest::OChannel& channel) const {
     channel.Write(0);
     WriteFixedName(channel, name, index);
-    channel.Write(index);
-    channel.Write(flags);
-    channel.Write(modificationTime);
+    WriteNumbers(channel);
     channel.Write(short{0});
     channel.Write(reservedShort);
     return channel.GetStatus();
@@ -144,9 +154,7 @@ int GeneralAttribute::WriteVersion2(Kest::OChannel& channel) const {
     channel.Write(0);
     ODB::Object::Write(channel);
     channel.Write(name);
-    channel.Write(index);
-    channel.Write(flags);
-    channel.Write(modificationTime);
+    WriteNumbers(channel);
     channel.Write(reservedShort);
     return WriteMemo(channel);
 }
@@ -155,9 +163,7 @@ int GeneralAttribute::WriteVersion3(Kest::OChannel& channel) const {
     channel.Write(0);
     Lum::Object::Write(channel);
     channel.Write(name);
-    channel.Write(index);
-    channel.Write(flags);
-    channel.Write(modificationTime);
+    WriteNumbers(channel);
     channel.Write(reservedShort);
     return WriteMemo(channel);
 }
@@ -165,9 +171,7 @@ int GeneralAttribute::WriteVersion3(Kest::OChannel& channel) const {
 int GeneralAttribute::WriteVersion4(Kest::OChannel& channel) const {
     Lum::Object::Write(channel);
     channel.Write(name);
-    channel.Write(index);
-    channel.Write(flags);
-    channel.Write(modificationTime);
+    WriteNumbers(channel);
     return WriteMemo(channel);
 }
 
@@ -201,9 +205,7 @@ int GeneralAttribute::ReadVersion1(Kest::IChannel& channel) {
     short reserved = reservedShort;
     channel.Skip<int>();
     ReadFixedName(channel, content.name);
-    channel.Read(content.index);
-    channel.Read(content.flags);
-    channel.Read(content.modificationTime);
+    ReadNumbers(channel, content);
     channel.Skip<short>();
     channel.Read(reserved);
     if (channel.GetStatus() != Error::None)
@@ -220,9 +222,7 @@ int GeneralAttribute::ReadVersion2(Kest::IChannel& channel) {
     channel.Skip<int>();
     ODB::Object::Read(channel);
     channel.Read(content.name);
-    channel.Read(content.index);
-    channel.Read(content.flags);
-    channel.Read(content.modificationTime);
+    ReadNumbers(channel, content);
     channel.Read(reserved);
     const int status = ReadMemo(channel, content.memo);
     if (status == Error::None) {
@@ -237,9 +237,7 @@ int GeneralAttribute::ReadVersion3(Kest::IChannel& channel) {
     channel.Skip<int>();
     Lum::Object::Read(channel);
     channel.Read(content.name);
-    channel.Read(content.index);
-    channel.Read(content.flags);
-    channel.Read(content.modificationTime);
+    ReadNumbers(channel, content);
     channel.Skip<short>();
     const int status = ReadMemo(channel, content.memo);
     if (status == Error::None)
@@ -251,9 +249,7 @@ int GeneralAttribute::ReadVersion4(Kest::IChannel& channel) {
     IsolatedState content = BeginReading();
     Lum::Object::Read(channel);
     channel.Read(content.name);
-    channel.Read(content.index);
-    channel.Read(content.flags);
-    channel.Read(content.modificationTime);
+    ReadNumbers(channel, content);
     const int status = ReadMemo(channel, content.memo);
     if (status == Error::None)
         Take(std::move(content));
@@ -290,14 +286,15 @@ int GeneralAttribute::WriteIsolatedState(Kest::OChannel& channel) const {
     Kest::OutputFrame frame(channel, *GetClassInfoStatic());
     int status = Lum::Object::WriteIsolatedState(channel);
     if (status == Error::None && frame.GetVersion().GetMajor() == 4)
-        status = WriteIsolatedStateVersion4(channel);
+        status = WriteStateVersion4(channel, flags);
     return CloseAfter(status, frame);
 }
 
-int GeneralAttribute::WriteIsolatedStateVersion4(Kest::OChannel& channel) const {
+// Also the collaboration state of version 4, with other flags.
+int GeneralAttribute::WriteStateVersion4(Kest::OChannel& channel, short writtenFlags) const {
     channel.Write(name);
     channel.Write(index);
-    channel.Write(flags);
+    channel.Write(writtenFlags);
     if (const int status = memo.Write(channel); status != Error::None)
         return status;
     return channel.Write(modificationTime);
@@ -311,12 +308,12 @@ int GeneralAttribute::ReadIsolatedState(Kest::IChannel& channel) {
         ReportLaterFrame(*GetClassInfoStatic(), frame.GetVersion());
         int status = Lum::Object::ReadIsolatedState(channel);
         if (status == Error::None && frame.GetVersion().GetMajor() == 4)
-            status = ReadIsolatedStateVersion4(channel);
+            status = ReadStateVersion4(channel);
         return CloseAfter(status, frame);
     });
 }
 
-int GeneralAttribute::ReadIsolatedStateVersion4(Kest::IChannel& channel) {
+int GeneralAttribute::ReadStateVersion4(Kest::IChannel& channel) {
     IsolatedState content = BeginReading();
     channel.Read(content.name);
     channel.Read(content.index);
@@ -335,7 +332,7 @@ int GeneralAttribute::WriteLumIsolatedState(Kest::OChannel& channel) const {
     if (const int version = frame.GetVersion().GetMajor(); version > 0 && version < 4)
         status = WriteLumIsolatedStateVersion3(channel, frame);
     else if (version == 4)
-        status = WriteLumIsolatedStateVersion4(channel);
+        status = WriteStateVersion4(channel, WithoutClientCreated(flags));
     return CloseAfter(status, frame);
 }
 
@@ -352,15 +349,6 @@ int GeneralAttribute::WriteLumIsolatedStateVersion3(Kest::OChannel& channel, con
     return channel.GetStatus();
 }
 
-int GeneralAttribute::WriteLumIsolatedStateVersion4(Kest::OChannel& channel) const {
-    channel.Write(name);
-    channel.Write(index);
-    channel.Write(WithoutClientCreated(flags));
-    if (const int status = memo.Write(channel); status != Error::None)
-        return status;
-    return channel.Write(modificationTime);
-}
-
 int GeneralAttribute::ReadLumIsolatedState(Kest::IChannel& channel) {
     return CatchMemoryFull([&] {
         Kest::InputFrame frame(channel, *GetClassInfoStatic());
@@ -371,7 +359,7 @@ int GeneralAttribute::ReadLumIsolatedState(Kest::IChannel& channel) {
         if (const int version = frame.GetVersion().GetMajor(); version > 0 && version < 4)
             status = ReadLumIsolatedStateVersion3(channel, frame);
         else if (version == 4)
-            status = ReadLumIsolatedStateVersion4(channel);
+            status = ReadStateVersion4(channel);
         return CloseAfter(status, frame);
     });
 }
@@ -385,19 +373,6 @@ int GeneralAttribute::ReadLumIsolatedStateVersion3(Kest::IChannel& channel, cons
     channel.Skip<short>();
     int status = ReadMemo(channel, content.memo);
     if (status == Error::None && frame.GetVersion() >= Kest::ClassVersion(3, 1))
-        status = channel.Read(content.modificationTime);
-    if (status == Error::None)
-        Take(std::move(content));
-    return status;
-}
-
-int GeneralAttribute::ReadLumIsolatedStateVersion4(Kest::IChannel& channel) {
-    IsolatedState content = BeginReading();
-    channel.Read(content.name);
-    channel.Read(content.index);
-    channel.Read(content.flags);
-    int status = ReadMemo(channel, content.memo);
-    if (status == Error::None)
         status = channel.Read(content.modificationTime);
     if (status == Error::None)
         Take(std::move(content));

@@ -3,7 +3,6 @@
 #include <Kest/ClassInfo.hpp>
 
 #include <ODB/IdReadingScope.hpp>
-#include <ODB/Object.hpp>
 
 #include <AttributeManager/ReadReport.hpp>
 
@@ -16,13 +15,15 @@ inline void ReportLaterFrame(const Kest::ClassInfo& info, Kest::ClassVersion ver
         ReadReport::Add({.kind = ReadReport::FrameSkipped, .className = info.GetName(), .version = version});
 }
 
-/// The same for base parts of objects that were read in the scope of \p identities.
+/// The same, once, for the base parts of all objects that were read in the scope of \p identities.
+/// \param partClass of the base parts
 /// \param refId of the attribute type, 0 when it is none's business
-inline void ReportLaterParts(const ODB::IdReadingScope& identities, unsigned int refId) noexcept {
+inline void ReportLaterParts(const ODB::IdReadingScope& identities, const Kest::ClassInfo& partClass,
+                             unsigned int refId) noexcept {
     if (identities.HasMetLaterParts() && ReadReport::IsWanted())
         ReadReport::Add({.kind = ReadReport::FrameSkipped,
                          .refId = refId,
-                         .className = ODB::Object::GetClassInfoStatic()->GetName(),
+                         .className = partClass.GetName(),
                          .version = identities.GetLaterVersion()});
 }
 

@@ -28,28 +28,28 @@ protected:
         return text;
     }
 
-    // The operation makes `undo` necessary when it succeeds; `failedCode` is what it answers when it does not.
+    // The operation makes `undo` necessary when it succeeds, which gives all back; `failedCode` is what it answers when
+    // it does not.
     void Try(const std::function<int()>& operation, int failedCode, const std::function<void()>& undo) {
         const std::string before = Describe();
         int code = 0;
-        const FailureCount count = ForEachFailure(
-            [&] {
-                code = Thrown;
+        const auto operateAndUndo = [&] {
+            try {
                 code = operation();
-            },
-            [&](bool failed) {
-                ASSERT_TRUE(IsSound());
-                if (code == 0) {
-                    const AllocationsSucceed succeed;
-                    undo();
-                } else {
-                    EXPECT_EQ(code, failedCode);
-                    EXPECT_TRUE(failed);
-                }
-                EXPECT_EQ(Describe(), before);
-            });
-        EXPECT_GT(count.failures, 0U);
-        TakeLog();
+            } catch (const std::bad_alloc&) {
+                code = Thrown;
+            }
+            const AllocationsSucceed succeed;
+            EXPECT_TRUE(IsSound());
+            if (code == 0)
+                undo();
+            EXPECT_EQ(Describe(), before);
+            TakeLog();
+        };
+        const auto check = [&](bool failed) { EXPECT_TRUE(code == 0 || (failed && code == failedCode)) << code; };
+        EXPECT_GT(ForEachFailure(operateAndUndo, check).failures, 0U);
+        // What containers keep for the next time is there now.
+        EXPECT_EQ(ForEachFailure(operateAndUndo, check).leakedBlocks, 0);
     }
 
     static constexpr int Thrown = 1;
@@ -207,6 +207,52 @@ TEST_F(AttributeFailureTest, SpacesAreChangedAllOrNot) {
                        EXPECT_EQ(Describe(), before);
                        marks->MoveToIdSpace(&space);
                    });
+}
+
+using AttributeSetFailureTest = SetFixture;
+
+TEST_F(AttributeSetFailureTest, NothingLeaks) {
+    Add(u"Wall");
+    set->SetActiveAttribute(markType, Add(LongName));
+    SetData(*Get(1), 1, 2, "data");
+    ODB::IdSpace elsewhere;
+    const std::size_t objects = space.GetObjectCount();
+    const Texts before = ListMarks(set);
+    Mark added(LongName);
+    ODB::Ref<ADB::AttributeSet> clone;
+    const auto cloneTo = [&](ODB::IdSpace* target) {
+        clone = CloneAttributeSet(set, target);
+        const AllocationsSucceed succeed;
+        const bool isMade(clone);
+        EXPECT_TRUE(!isMade || ListMarks(clone) == before);
+        DisposeAttributeSet(clone);
+        clone = ODB::NullRef;
+        return isMade ? 0 : ADB::Error::MemoryFull;
+    };
+    const std::function<int()> operations[] = {
+        [&] { return cloneTo(nullptr); },
+        [&] { return cloneTo(&elsewhere); },
+        [&] {
+            const int status = set->NewAttribute(markType, &added, false, true);
+            const AllocationsSucceed succeed;
+            EXPECT_EQ(set->DeleteAttribute(markType, 3, false) == 0, status == 0);
+            added.SetIndex(0);
+            return status;
+        },
+    };
+    for (const std::function<int()>& operation : operations) {
+        int status = 0;
+        const auto run = [&] { status = operation(); };
+        const auto check = [&](bool failed) {
+            EXPECT_TRUE(status == 0 || (failed && status == ADB::Error::MemoryFull)) << status;
+            EXPECT_EQ(space.GetObjectCount() + elsewhere.GetObjectCount(), objects);
+            EXPECT_EQ(ListMarks(set), before);
+            EXPECT_TRUE(Look().CheckInvariants() && elsewhere.CheckInvariants());
+            TakeLog();
+        };
+        EXPECT_GT(ForEachFailure(run, check).failures, 3U);
+        EXPECT_EQ(ForEachFailure(run, check).leakedBlocks, 0);
+    }
 }
 
 }   // namespace

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -89,4 +92,69 @@ void ForEachBitFlip(const std::string& frame, Damage damage, Kest::PlatformSign 
             if (damaged != frame)
                 call(damaged, position);
         }
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool IsSanitized = true;
+#elif defined(__has_feature)
+constexpr bool IsSanitized = __has_feature(address_sanitizer);
+#else
+constexpr bool IsSanitized = false;
+#endif
+
+/// Which of very many cases run: all of them; with sanitizers one in sixteen, drawn from a seed that is printed.
+class CaseDraw {
+public:
+    CaseDraw() {
+        if (IsSanitized)
+            std::printf("cases drawn from seed %u\n", seed);
+    }
+    bool Takes() { return !IsSanitized || random() % 16 == 0; }
+
+private:
+    const unsigned int seed = std::random_device()();
+    std::mt19937 random{seed};
+};
+
+constexpr std::size_t SealMark = 18;   // where the flags of the outermost frame begin, the seal's first
+
+/// Calls \p call with all that truncations and flipped bits make of \p frame, one sealed little-endian frame, plain and
+/// repaired; with whether the checksum tells of the damage, and with the place of it.
+template <class Call>
+void ForEachDamage(const std::string& frame, Call&& call) {
+    CaseDraw draw;
+    for (const Damage damage : {Damage::Plain, Damage::Repaired}) {
+        const auto drawn = [&](const std::string& damaged, std::size_t position) {
+            const bool isSealed = damaged.size() <= SealMark || (damaged[SealMark] & 1) != 0;
+            if (draw.Takes())
+                call(damaged, damage == Damage::Plain && isSealed, position);
+        };
+        ForEachTruncation(frame, damage, Kest::PlatformSign::LittleEndian,
+                          [&](const std::string& damaged) { drawn(damaged, damaged.size()); });
+        ForEachBitFlip(frame, damage, Kest::PlatformSign::LittleEndian, drawn);
+    }
+}
+
+/// Calls \p call with each beginning of \p text, a document, and with it when one byte is another, and with the place.
+template <class Call>
+void ForEachTextDamage(const std::string& text, Call&& call) {
+    CaseDraw draw;
+    for (std::size_t position = 0; position < text.size(); ++position) {
+        if (draw.Takes())
+            call(text.substr(0, position), position);
+        for (const char byte : {'<', '&', '0', '\0', '\xFF'})
+            if (text[position] != byte && draw.Takes())
+                call(std::string(text).replace(position, 1, 1, byte), position);
+    }
+}
+
+/// Whether of each group of lines, which their first word tells, none is there or as many as in \p whole.
+inline bool HasWholeGroups(const std::vector<std::string>& lines, const std::vector<std::string>& whole) {
+    return std::all_of(lines.begin(), lines.end(), [&](const std::string& line) {
+        const auto isOfGroup = [group = line.substr(0, line.find(' ') + 1)](const std::string& other) {
+            return other.starts_with(group);
+        };
+        return std::count_if(lines.begin(), lines.end(), isOfGroup) ==
+               std::count_if(whole.begin(), whole.end(), isOfGroup);
+    });
 }

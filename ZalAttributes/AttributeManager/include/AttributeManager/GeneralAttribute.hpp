@@ -350,7 +350,11 @@ private:
     RegTblData ConvertRegMemo() const;
     void Take(IsolatedState&& content);
     IsolatedState BeginReading() const;
+    void WriteNumbers(Kest::OChannel& channel) const;
+    static void ReadNumbers(Kest::IChannel& channel, IsolatedState& content);
     int WriteMemo(Kest::OChannel& channel) const;
+    int WriteStateVersion4(Kest::OChannel& channel, short writtenFlags) const;
+    int ReadStateVersion4(Kest::IChannel& channel);
     int WriteVersion(Kest::OChannel& channel, Kest::ClassVersion version) const;
     int WriteVersion1(Kest::OChannel& channel) const;
     int WriteVersion2(Kest::OChannel& channel) const;
@@ -361,12 +365,8 @@ private:
     int ReadVersion2(Kest::IChannel& channel);
     int ReadVersion3(Kest::IChannel& channel);
     int ReadVersion4(Kest::IChannel& channel);
-    int WriteIsolatedStateVersion4(Kest::OChannel& channel) const;
     int WriteLumIsolatedStateVersion3(Kest::OChannel& channel, const Kest::OutputFrame& frame) const;
-    int WriteLumIsolatedStateVersion4(Kest::OChannel& channel) const;
-    int ReadIsolatedStateVersion4(Kest::IChannel& channel);
     int ReadLumIsolatedStateVersion3(Kest::IChannel& channel, const Kest::InputFrame& frame);
-    int ReadLumIsolatedStateVersion4(Kest::IChannel& channel);
 
     Kest::UniString name;
     short index = 0;

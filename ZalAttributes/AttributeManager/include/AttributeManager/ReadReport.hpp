@@ -16,8 +16,9 @@ namespace ADB {
 class ADB_API ReadReport {
 public:
     enum Kind : int {
-        FrameSkipped = 1,          ///< a frame of a later version: `className`, `version`
-        TypeSkipped = 2,           ///< a type that was not read: `name` is its GUID or the name of its document
+        FrameSkipped = 1,   ///< a frame of a later version: `className`, `version`
+        TypeSkipped = 2,    ///< a type that was not read: `name` is its GUID or the name of its document; types that
+                            ///< have no document make one entry with the name of the main one
         AttributeRenamed = 3,      ///< `name` is the stored name, `newName` the present one, `index` the present index
         AttributeRenumbered = 4,   ///< `index` is the stored index, `newIndex` the present one
         RecordDropped = 5,         ///< an attribute that could not be kept: `name`, `index`
@@ -26,7 +27,7 @@ public:
         FileMissing = 8,              ///< a document that is not there: `name` is its file name
         SavePending = 9,              ///< an interrupted save was seen through
         ElementSkipped = 10,   ///< elements were passed over: of the attribute `name`, `index`, else of the document
-                               ///< or type `name`
+                               ///< `name`
     };
 
     struct Entry {
