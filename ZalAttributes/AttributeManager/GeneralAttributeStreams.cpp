@@ -257,11 +257,12 @@ int GeneralAttribute::ReadVersion4(Kest::IChannel& channel) {
 }
 
 int GeneralAttribute::Store(Kest::ObjectState& state) const {
-    const short planVersion = UserDataConverter::GetOutputPlanVersion();
-    UserDataConverter::SetOutputPlanVersion(0);
-    const int status = Lum::Object::Store(state);
-    UserDataConverter::SetOutputPlanVersion(planVersion);
-    return status;
+    const struct Unconverted {
+        Unconverted() noexcept { UserDataConverter::SetOutputPlanVersion(0); }
+        ~Unconverted() { UserDataConverter::SetOutputPlanVersion(planVersion); }
+        const short planVersion = UserDataConverter::GetOutputPlanVersion();
+    } unconverted;
+    return Lum::Object::Store(state);
 }
 
 int GeneralAttribute::Restore(const Kest::ObjectState& state) {

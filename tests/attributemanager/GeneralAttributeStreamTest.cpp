@@ -360,6 +360,22 @@ TEST_F(GeneralAttributeStreamTest, OnlyObjectStreamsConvertUserDataForAnOlderPla
     EXPECT_EQ(Describe(wall), Whole);
 }
 
+TEST_F(GeneralAttributeStreamTest, AStoredContentIsUnconvertedAndEmptiesWhatWasEmpty) {
+    const ShoutConverter converter;
+    Mark restored(u"Old");
+    SetData(restored, 9, 9, "old");
+    for (const bool isEmptied : {false, true}) {
+        if (isEmptied)
+            wall.Destruct();
+        const std::string before = Describe(wall);
+        Kest::ObjectState state;
+        EXPECT_EQ(wall.Store(state), 0);
+        EXPECT_EQ(restored.Restore(state), 0);
+        EXPECT_EQ(Describe(restored), before);
+        EXPECT_EQ(GeneralAttribute::UserDataConverter::GetOutputPlanVersion(), 9) << "left as it was";
+    }
+}
+
 TEST_F(GeneralAttributeStreamTest, IdsFollowFromKindNameIndexFlagsAndUserData) {
     const auto idOf = [this](auto change) {
         Mark other;

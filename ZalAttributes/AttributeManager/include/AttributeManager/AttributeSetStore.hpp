@@ -76,7 +76,10 @@ public:
     /// there before stand
     int CustomWriteXML(const IO::Location& folder, ODB::WrittenLocations* written,
                        Kest::Array<Kest::UniString>& messages) const override;
-    /// Reads such a folder. \param document the location of "Attribute.xml"
+    /// Reads such a folder; the document may have another name, the types' documents stand beside it. Nobody is told.
+    /// \param document the location of "Attribute.xml"
+    /// \param database not used: the store keeps bytes, no objects; may be null
+    /// \param messages receives what the user should know
     /// \returns 0; Error::WrongCall when a document cannot be opened or there is no memory for a set; codes of the
     /// channel and of the types' loader; then the store is as it was. Or as Update
     int CustomReadXML(const IO::Location& document, ODB::FileDatabase* database,

@@ -21,9 +21,6 @@ namespace Kest {
 /// Bytes of a frame ahead of its body.
 inline constexpr std::size_t FrameHeaderSize = 28;
 
-/// The bytes that the smallest frame takes: a header with an empty body, not sealed.
-inline constexpr std::size_t LeastFrameSize = FrameHeaderSize;
-
 /// A frame that is being written. Frames are closed in the reverse of the order in which they were opened.
 class KEST_API OutputFrame {
 public:
