@@ -28,6 +28,11 @@ EventObserver::~EventObserver() {
 
 void EventObserver::SourceDestroyed(EventSource*) {}
 
+void EventObserver::PrepareToObserve() {
+    if (mark == nullptr)
+        mark = new Mark{this};
+}
+
 struct EventSource::ObserverList {
     std::vector<EventObserver::Mark*> marks;
 };
@@ -68,11 +73,12 @@ EventSource::~EventSource() {
 }
 
 void EventSource::Attach(EventObserver& observer) {
-    RemoveDead();
-    if (observer.mark == nullptr)
-        observer.mark = new EventObserver::Mark{&observer};
-    if (PlaceOf(observer.mark) != Count())
-        return;
+    observer.PrepareToObserve();
+    if (observers != 0) {
+        RemoveDead();
+        if (PlaceOf(observer.mark) != Count())
+            return;
+    }
     Append(observer.mark);
     ++observer.mark->sources;
 }

@@ -10,6 +10,7 @@
 #include <ODB/Database.hpp>
 #include <ODB/IdSpace.hpp>
 
+#include "Associations.hpp"
 #include "Links.hpp"
 
 namespace ODB {
@@ -17,12 +18,6 @@ namespace {
 
 constexpr int NullArgument = -7001;
 constexpr int WrongCall = -7003;
-
-// Associations are statics of libraries that may be unloaded.
-std::vector<const Association1NUntyped*>& GetAssociations() {
-    static auto* const associations = new std::vector<const Association1NUntyped*>;
-    return *associations;
-}
 
 bool OwnsAnything(const ObjectInfo& record) {
     const LinkTable* const table = LinkTable::Find(record);
@@ -75,6 +70,21 @@ const Index* FindSupporting(const LinkList* list, const Query& query) {
 
 }   // namespace
 
+LinkCount CountLinks(const ObjectInfo& record) noexcept {
+    const LinkTable* const table = LinkTable::Find(record);
+    if (table == nullptr)
+        return {0, LinkTable::HasAny(record) ? std::size_t{1} : std::size_t{0}};
+    LinkCount count{0, table->rights.size()};
+    for (const auto& list : table->lists)
+        count.asLeft += list->GetCount();
+    return count;
+}
+
+std::vector<const Association1NUntyped*>& GetAssociations() {
+    static auto* const associations = new std::vector<const Association1NUntyped*>;
+    return *associations;
+}
+
 Association1NUntyped::Association1NUntyped(const Id& associationId, const Kest::ClassInfo* leftInfo,
                                            const Kest::ClassInfo* rightInfo, AssociationProperty associationProperties)
     : id(associationId),
@@ -122,7 +132,7 @@ int Association1NUntyped::Link(const Ref<Object>& left, const Ref<Object>& right
         return 0;
 
     LinkList& list = LinkList::Get(leftRecord, *this);
-    list.ReserveOne();
+    list.Reserve(1);
     LinkTable::ReserveRight(rightRecord);
     IdSpace& space = leftRecord.GetIdSpace() != nullptr ? *leftRecord.GetIdSpace() : *GetDefaultIdSpace();
     const bool identify = properties.Has(AssociationProperty::Ownership) && rightRecord.GetIdSpace() == nullptr;
@@ -141,12 +151,31 @@ int Association1NUntyped::Link(const Ref<Object>& left, const Ref<Object>& right
         space.Enter(rightRecord, fresh);
     if (properties.Has(AssociationProperty::Ownership))
         rightRecord.stamp |= ObjectInfo::ManagedFlag;
-    leftRecord.ProcessModificationRequest();
-    rightRecord.ProcessModificationRequest();
+    leftRecord.Touch();
+    rightRecord.Touch();
     list.Append(rightRecord);
     if (tells)
         SendConnected(oldLeft, left, right);
     return 0;
+}
+
+void Association1NUntyped::ConnectNewcomers(const Ref<Object>& left, const std::vector<ObjectInfo*>& rights,
+                                            const std::function<void()>& fillIndexes) const {
+    ObjectInfo& leftRecord = *left.GetInfo();
+    LinkList& list = LinkList::Get(leftRecord, *this);
+    list.Reserve(rights.size());
+    list.Drain();
+    fillIndexes();
+
+    // From here on nothing fails.
+    const bool owns = properties.Has(AssociationProperty::Ownership);
+    leftRecord.Touch();
+    for (ObjectInfo* const right : rights) {
+        if (owns)
+            right->stamp |= ObjectInfo::ManagedFlag;
+        right->Touch();
+        list.Append(*right);
+    }
 }
 
 void Association1NUntyped::SendConnected(const ConstRef<Object>& oldLeft, const Ref<Object>& left,
@@ -185,6 +214,8 @@ void Association1NUntyped::ClearAsLeft(const Ref<Object>& left) const {
 void Association1NUntyped::UnlinkAll(ObjectInfo& left, bool sendEvents) const {
     const Ref<Object> held(&left);   // an observer of what is destroyed may destroy the left object
     RightWalk walk(*this, held);
+    if (walk.list != nullptr)
+        walk.list->SuspendIndexes();
     while (ObjectInfo* const record = walk.Next()) {
         const Ref<Object> right(record);
         if (record->IsDying())
@@ -193,6 +224,8 @@ void Association1NUntyped::UnlinkAll(ObjectInfo& left, bool sendEvents) const {
         if (properties.Has(AssociationProperty::Ownership))
             Database::DestroyIfUnowned(*record);
     }
+    if (walk.list != nullptr)
+        walk.list->Drain();
 }
 
 void Association1NUntyped::ClearAsRight(const Ref<Object>& right) const {
@@ -313,8 +346,8 @@ int Association1NUntyped::Reorder(const Ref<Object>& left, const Ref<Object>& ri
     if (from == to)
         return 0;
     list->Move(from, to);
-    left.GetInfo()->ProcessModificationRequest();
-    right.GetInfo()->ProcessModificationRequest();
+    left.GetInfo()->Touch();
+    right.GetInfo()->Touch();
     if (sendEvents)
         TellLeft(&Object::ObjectReordered, *this, *left.GetInfo(), *right.GetInfo());
     return 0;
@@ -376,7 +409,7 @@ int Association1NUntyped::ReorderIsolatedLinks(const Ref<Object>& left, const Re
     if (order.empty())
         return 0;
     LinkList::Find(*left.GetInfo(), *this)->Arrange(order);
-    left.GetInfo()->ProcessModificationRequest();
+    left.GetInfo()->Touch();
     return 0;
 }
 

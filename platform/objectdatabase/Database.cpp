@@ -13,11 +13,6 @@ constexpr int NoObject = -7001;
 thread_local Object* graveyard = nullptr;
 thread_local Object* lastBuried = nullptr;
 
-bool Propagates(const LinkList& list) {
-    const AssociationProperty& properties = list.GetAssociation().GetProperties();
-    return properties.Has(AssociationProperty::Ownership) || properties.Has(AssociationProperty::DeletePropagation);
-}
-
 }   // namespace
 
 int Database::AddObject(const Ref<Object>& object, bool generateId) {
@@ -49,11 +44,13 @@ void Database::DeleteObject(const Ref<Object>& object) noexcept {
         DestroyOne(root);
         return;
     }
+    SuspendIndexes(root);
     root.AddReference();         // `object` itself may die on the way
     Ref<Object> record(&root);   // counted: whoever hears of the deletions may do anything
     while (root.IsAlive()) {
         if (ObjectInfo* const owned = FindDoomed(*record.GetInfo())) {
             owned->stamp |= ObjectInfo::DeletingFlag;
+            SuspendIndexes(*owned);
             record = Ref<Object>(owned);
             continue;
         }
@@ -65,6 +62,14 @@ void Database::DeleteObject(const Ref<Object>& object) noexcept {
     root.ReleaseObjectInfo();
 }
 
+// What an object owns goes before it: nearly always nobody asks an index over that any more.
+void Database::SuspendIndexes(const ObjectInfo& record) noexcept {
+    if (const LinkTable* const table = LinkTable::Find(record))
+        for (const auto& list : table->lists)
+            if (list->Propagates())
+                list->SuspendIndexes();
+}
+
 // A right object of a dying one that dies first: one of the database that nobody else owns. Links to other dying owners
 // are cut, so that it has exactly one propagating link from a dying object left: the way back. Nobody else cuts that
 // link, since dying objects are neither linked nor unlinked any more.
@@ -73,7 +78,7 @@ ObjectInfo* Database::FindDoomed(ObjectInfo& owner) noexcept {
     if (table == nullptr)
         return nullptr;
     for (const auto& list : table->lists) {
-        if (!Propagates(*list))
+        if (!list->Propagates())
             continue;
         while (ObjectInfo* const right = list->GetFirst()) {
             if (right->IsDying() || (right->stamp & ObjectInfo::ManagedFlag) == 0) {
@@ -94,7 +99,7 @@ LinkList* Database::FindOtherOwner(ObjectInfo& right, const LinkList& list) noex
     LinkList* owner = nullptr;
     LinkTable::AnyRight(right, [&](LinkList& found, std::uint32_t) {
         const bool dying = found.GetLeft().IsDying();
-        if (&found == &list || !(dying ? Propagates(found) : found.IsOwning()))
+        if (&found == &list || !(dying ? found.Propagates() : found.IsOwning()))
             return false;
         owner = &found;
         return dying;
@@ -105,7 +110,7 @@ LinkList* Database::FindOtherOwner(ObjectInfo& right, const LinkList& list) noex
 ObjectInfo* Database::FindDoomingOwner(ObjectInfo& record) noexcept {
     ObjectInfo* owner = nullptr;
     LinkTable::AnyRight(record, [&owner](const LinkList& list, std::uint32_t) {
-        if (!Propagates(list) || !list.GetLeft().IsDying())
+        if (!list.Propagates() || !list.GetLeft().IsDying())
             return false;
         owner = &list.GetLeft();
         return true;
@@ -138,6 +143,7 @@ void Database::Detach(ObjectInfo& record) noexcept {
 
 void Database::DestroyOne(ObjectInfo& record) noexcept {
     Object* const object = record.object;
+    record.ShowContent();
     Detach(record);
     record.ReleaseObjectInfo();
     if (!Kest::EventSource::IsAnnouncing()) {

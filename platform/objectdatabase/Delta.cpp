@@ -1,6 +1,6 @@
 #include <ODB/Delta.hpp>
 
-#include <new>
+#include <algorithm>
 #include <utility>
 
 #include <Kest/HashSet.hpp>
@@ -10,46 +10,16 @@
 namespace ODB {
 namespace {
 
-constexpr int MemoryFull = -108;
 constexpr int NullArgument = -7001;
 constexpr int WrongCall = -7003;
 
 using RecordSet = Kest::HashSet<const ObjectInfo*>;
 
-RecordSet MakeRecordSet(const RefList<Object>& objects) {
-    RecordSet records;
-    records.Reserve(objects.GetSize());
-    for (const Ref<Object>& object : objects)
-        records.Add(object.GetInfo());
-    return records;
-}
-
-// Both ends of every link inside have ids: they are in the delta.
-void AddNewLinks(const LinkList& list, const RecordSet& inside, Delta& delta) {
-    Id behind;
-    for (const ObjectInfo* const right : list.GetAll())
-        if (inside.Contains(right)) {
-            delta.AddNewLink(list.GetAssociation(), list.GetLeft().GetId(), right->GetId(), behind);
-            behind = right->GetId();
-        }
-}
-
-int FillDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta& delta,
-              const ObjectFilter& filter) {
-    const RecordSet old = MakeRecordSet(oldObjects);
-    RefList<Object> added;
-    for (const Ref<Object>& object : newObjects)
-        if (!old.Contains(object.GetInfo()) && (!filter || filter(object)))
-            added.Push(object);
-    for (const Ref<Object>& object : added)
-        if (const int status = delta.AddNewObject(object); status != 0)
-            return status;
-    const RecordSet inside = MakeRecordSet(added);
-    for (const ObjectInfo* const left : inside)   // each once, in the order of `added`
-        if (const LinkTable* const table = LinkTable::Find(*left))
-            for (const auto& list : table->lists)
-                AddNewLinks(*list, inside, delta);
-    return 0;
+// Grown geometrically, so that making room one by one stays linear.
+template <class Item>
+void MakeRoom(std::vector<Item>& items) {
+    if (items.size() == items.capacity())
+        items.reserve(std::max<std::size_t>(4, items.size() * 2));
 }
 
 bool IsLink(const Id& left, const Id& right, const Id& behind) {
@@ -145,6 +115,15 @@ int Delta::AddReorderedLink(const Association1NUntyped& association, const Id& l
     return 0;
 }
 
+void Delta::ReserveOne() {
+    changes.Reserve(changes.GetSize() + 1);
+    MakeRoom(deletedObjects);
+    MakeRoom(newLinks);
+    MakeRoom(modifiedLinks);
+    MakeRoom(deletedLinks);
+    MakeRoom(reorderedLinks);
+}
+
 void Delta::Clear() noexcept {
     newObjects.clear();
     modifiedObjects.clear();
@@ -159,22 +138,6 @@ void Delta::Clear() noexcept {
 void Delta::Clear(IdSpace* idSpace) noexcept {
     Clear();
     space = idSpace;
-}
-
-int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta* delta, LinkBoundary,
-                const ObjectFilter& filter) {
-    if (delta == nullptr)
-        return NullArgument;
-    delta->Clear();
-    int status = 0;
-    try {
-        status = FillDelta(oldObjects, newObjects, *delta, filter);
-    } catch (const std::bad_alloc&) {
-        status = MemoryFull;
-    }
-    if (status != 0)
-        delta->Clear();
-    return status;
 }
 
 RefList<Object> DetermineOwnedObjectSet(const RefList<Object>& objects, const ObjectFilter& filter) {

@@ -13,7 +13,9 @@
 #include <ODB/IdReadingScope.hpp>
 #include <ODB/IdSpace.hpp>
 
+#include "AssociationEnd.hpp"
 #include "MakeObject.hpp"
+#include "StoredState.hpp"
 
 // A delta, by the version of its frame. Numbers and orders are fixed for ever.
 //   1.0   UniString name
@@ -33,7 +35,6 @@ using Kest::ChannelStatus::Damaged;
 using Kest::ChannelStatus::EndOfData;
 using Kest::ChannelStatus::MemoryFull;
 using Kest::ChannelStatus::TooLarge;
-using Kest::ChannelStatus::WrongCall;
 
 constexpr std::size_t GuidSize = sizeof(Kest::Guid::Bytes);
 
@@ -70,14 +71,9 @@ private:
     }
 
     int WriteState(const Delta::StoredObject& object) {
-        const std::unique_ptr<Object> carrier = MakeObject(*object.classInfo);
-        if (carrier == nullptr)
-            return WrongCall;
-        if (const int status = carrier->RestoreIsolatedState(object.state.get()); status != 0)
-            return status;
         Kest::MemoryOChannel state;
         TakePlatform(channel, state);
-        if (const int status = carrier->WriteIsolatedState(state); status != 0)
+        if (const int status = WriteStoredState(object, state); status != 0)
             return status;
         channel.Write(std::uint64_t{state.GetSize()});
         return channel.WriteBlock(state.GetBytes(), state.GetSize());
@@ -110,20 +106,6 @@ private:
     }
 
     Kest::OChannel& channel;
-};
-
-// The right end of a link, of which there is one per association.
-struct RightEnd {
-    const Association1NUntyped* association;
-    Id right;
-
-    friend bool operator==(const RightEnd&, const RightEnd&) = default;
-};
-
-struct RightEndHash {
-    std::uint64_t operator()(const RightEnd& end) const noexcept {
-        return Kest::Hash<Id>()(end.right) ^ Kest::Hash<const void*>()(end.association) * 0x9E3779B97F4A7C15;
-    }
 };
 
 }   // namespace
@@ -273,7 +255,7 @@ private:
 
     Kest::IChannel& channel;
     Delta& delta;
-    Kest::HashSet<RightEnd, RightEndHash> rights;
+    Kest::HashSet<AssociationEnd> rights;
 };
 
 const Kest::ClassInfo* Delta::GetClassInfoStatic() {

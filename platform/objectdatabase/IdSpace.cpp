@@ -7,6 +7,7 @@
 
 #include <ODB/Database.hpp>
 
+#include "ChangeRecord.hpp"
 #include "Links.hpp"
 #include "RecordTable.hpp"
 #include "Records.hpp"
@@ -23,6 +24,7 @@ IdSpace::IdSpace() : records(std::make_unique<RecordTable>()) {}
 IdSpace::IdSpace(const Kest::UniString& spaceName) : name(spaceName), records(std::make_unique<RecordTable>()) {}
 
 IdSpace::~IdSpace() {
+    ChangeRecorder::Record::Forget(*this);
     while (DeleteObjects(false) || DeleteObjects(true))
         ;   // deleting moves records about in the table, and whoever hears of it may make objects: look again
     for (std::size_t slot = 0; slot < records->GetSlotCount(); ++slot)
@@ -131,8 +133,12 @@ void IdSpace::ReidentifyAllObjects(Kest::HashTable<Id, Id>* oldToNew) {
     pairs.Reserve(living.size());
     for (const ObjectInfo* const record : living)
         pairs.Add(record->id, MakeFreeId());
+    for (ObjectInfo* const record : living)
+        ChangeRecorder::Record::ShowDeparture(*record);
     for (ObjectInfo* const record : living) {
-        record->id = *pairs.Find(record->id);
+        const Id& newId = *pairs.Find(record->id);
+        ChangeRecorder::Record::ShowArrival(*record, *this, newId);
+        record->id = newId;
         record->Stamp();
         fresh.Insert(*record);
     }
@@ -163,6 +169,28 @@ bool IdSpace::CheckInvariants() const {
     return true;
 }
 
+ObjectInfo* IdSpace::Identify(ObjectInfo& record, const Id& id) {
+    ReserveOne();
+    Id wanted = id;
+    std::size_t slot = 0;
+    do {
+        if (id.IsNull())
+            wanted = Id(Kest::Guid::Generate());
+        slot = records->FindSlot(wanted);
+    } while (id.IsNull() && (wanted.IsNull() || records->GetSlot(slot) != nullptr));
+    if (ObjectInfo* const known = records->GetSlot(slot)) {
+        if (known->IsAlive() || record.IsDying())
+            return nullptr;
+        known->TakeOver(record);
+        return known;
+    }
+    ChangeRecorder::Record::ShowArrival(record, *this, wanted);
+    record.id = wanted;
+    record.space = this;
+    records->InsertAt(slot, record);
+    return &record;
+}
+
 ObjectInfo& IdSpace::GetRecord(const Id& id) {
     if (ObjectInfo* const record = FindRecord(id))
         return *record;
@@ -176,17 +204,19 @@ ObjectInfo* IdSpace::FindRecord(const Id& id) const noexcept {
     return id.IsNull() ? nullptr : records->Find(id);
 }
 
-void IdSpace::ReserveOne() {
-    records->Reserve(records->GetSize() + 1);
+void IdSpace::Reserve(std::size_t more) {
+    records->Reserve(records->GetSize() + more);
 }
 
 void IdSpace::Enter(ObjectInfo& record, const Id& id) noexcept {
+    ChangeRecorder::Record::ShowArrival(record, *this, id);
     record.id = id;
     record.space = this;
     records->Insert(record);
 }
 
 void IdSpace::Leave(ObjectInfo& record) noexcept {
+    ChangeRecorder::Record::ShowDeparture(record);
     records->Remove(record);
     record.space = nullptr;
     record.id = NullId;

@@ -8,6 +8,7 @@
 namespace ODB {
 namespace {
 
+constexpr std::size_t FewLinks = 8;       // are taken out of indexes one by one, whatever follows
 constexpr std::size_t MinimumGaps = 32;   // a list with fewer gaps is not worth compacting
 
 std::uint32_t PlaceOf(std::uint32_t place) {
@@ -21,6 +22,8 @@ LinkList::LinkList(const Association1NUntyped& listAssociation, ObjectInfo& left
       left(&leftRecord) {}
 
 LinkList::~LinkList() {
+    if (ObjectInfo::recorders != nullptr)
+        ShowEndToRecorders();
     for (auto* walk = walks; walk != nullptr; walk = walk->outer)
         walk->list = nullptr;
 }
@@ -48,18 +51,23 @@ bool LinkList::IsOwning() const noexcept {
     return association.GetProperties().Has(AssociationProperty::Ownership);
 }
 
-void LinkList::ReserveOne() {
-    if (entries.size() == entries.capacity() && MayCompact())
+bool LinkList::Propagates() const noexcept {
+    return IsOwning() || association.GetProperties().Has(AssociationProperty::DeletePropagation);
+}
+
+void LinkList::Reserve(std::size_t more) {
+    if (entries.capacity() - entries.size() < more && MayCompact())
         Compact();
-    if (entries.size() == entries.capacity())
-        entries.reserve(std::max<std::size_t>(4, entries.size() * 2));
+    if (entries.capacity() - entries.size() < more)
+        entries.reserve(std::max({std::size_t{4}, entries.size() * 2, entries.size() + more}));
     if (followed)
         queue.reserve(entries.capacity());
     for (const auto& index : indexes)
-        index->Reserve(count + 1);
+        index->Reserve(count + more);
 }
 
 void LinkList::Append(ObjectInfo& right) noexcept {
+    ShowPlacing(entries.size());
     LinkTable::AddRight(right, *this, static_cast<std::uint32_t>(entries.size()));
     entries.push_back(&right);
     ++count;
@@ -67,6 +75,7 @@ void LinkList::Append(ObjectInfo& right) noexcept {
 
 void LinkList::Remove(ObjectInfo& right) noexcept {
     const std::uint32_t place = PlaceOf(*LinkTable::FindPlace(right, *this));
+    ShowLeaving(place);
     entries[place] = nullptr;
     LinkTable::RemoveRight(right, *this);
     --count;
@@ -74,11 +83,29 @@ void LinkList::Remove(ObjectInfo& right) noexcept {
         Compact();
 }
 
+void LinkList::Cut(ObjectInfo& right) noexcept {
+    if (!indexesStale) {
+        Drain(right.GetObject());
+        TellDeleted(right);
+    }
+    left->Touch();
+    Remove(right);
+    right.Touch();
+}
+
+void LinkList::SuspendIndexes() noexcept {
+    if (indexes.empty() || draining || count <= FewLinks)
+        return;
+    Drain(GetFirst()->GetObject());   // as cutting the first one would
+    MarkStale();
+}
+
 bool LinkList::MayCompact() const noexcept {
-    return walks == nullptr && !draining && entries.size() > 2 * count + MinimumGaps;
+    return walks == nullptr && !draining && entries.size() > 2 * count + MinimumGaps && !left->IsDying();
 }
 
 void LinkList::Compact() noexcept {
+    ShowOrder();
     Drain();
     std::size_t next = 0;
     for (ObjectInfo* const right : entries)
@@ -106,6 +133,7 @@ void LinkList::Move(std::size_t from, std::size_t to) {
 
 void LinkList::Arrange(const std::vector<ObjectInfo*>& order) {
     TakeSnapshots();
+    ShowOrder();
     Drain();
     std::copy(order.begin(), order.end(), entries.begin());
     entries.resize(order.size());
@@ -114,6 +142,59 @@ void LinkList::Arrange(const std::vector<ObjectInfo*>& order) {
     queue.clear();
     shown = 0;
     first = 0;
+}
+
+void LinkList::PlaceBehind(ObjectInfo& right, ObjectInfo* behind) noexcept {
+    const std::size_t border = behind != nullptr ? PlaceOf(*LinkTable::FindPlace(*behind, *this)) + 1 : 0;
+    if (border < entries.size() && entries[border] == &right)
+        return;
+    ForgetQueue();
+    const std::uint32_t place = PlaceOf(*LinkTable::FindPlace(right, *this));
+    ShowLeaving(place);
+    entries[place] = nullptr;
+    std::size_t gap = FindGap(border);
+    first = std::min({first, gap, border});
+    for (; gap > border; --gap)
+        Shift(gap - 1, gap);
+    for (; gap + 1 < border; ++gap)
+        Shift(gap + 1, gap);
+    Put(gap, right);
+    while (entries.back() == nullptr)
+        entries.pop_back();
+}
+
+// The one nearest to the border between two places; there is one.
+std::size_t LinkList::FindGap(std::size_t border) const noexcept {
+    for (std::size_t distance = 0;; ++distance) {
+        if (border + distance < entries.size() && entries[border + distance] == nullptr)
+            return border + distance;
+        if (distance < border && entries[border - distance - 1] == nullptr)
+            return border - distance - 1;
+    }
+}
+
+// Before places change. What an index wants to look at again it sees when all is filled anew.
+void LinkList::ForgetQueue() noexcept {
+    Drain();
+    if (queue.empty())
+        return;
+    MarkStale();
+    for (const std::uint32_t place : queue)
+        if (entries[place] != nullptr)
+            *LinkTable::FindPlace(*entries[place], *this) = place;
+    queue.clear();
+    shown = 0;
+}
+
+void LinkList::Shift(std::size_t from, std::size_t to) noexcept {
+    ShowLeaving(from);
+    Put(to, *entries[from]);
+}
+
+void LinkList::Put(std::size_t place, ObjectInfo& right) noexcept {
+    ShowPlacing(place);
+    entries[place] = &right;
+    *LinkTable::FindPlace(right, *this) = static_cast<std::uint32_t>(place);
 }
 
 void LinkList::TakeSnapshots() {
@@ -244,7 +325,7 @@ void LinkList::Forget(std::uint32_t& place) noexcept {
 void LinkList::StampAll() noexcept {
     for (ObjectInfo* const right : entries)
         if (right != nullptr)
-            right->ProcessModificationRequest();
+            right->Touch();
 }
 
 void LinkList::TellCreated(ObjectInfo& right) {
@@ -374,25 +455,13 @@ void TellLeft(LeftEvent event, const Association1NUntyped& association, ObjectIn
     (left.GetObject()->*event)(association, ConstRef<Object>(&right));
 }
 
-namespace {
-
-void CutSilently(LinkList& list, ObjectInfo& right) noexcept {
-    list.Drain(right.GetObject());
-    list.TellDeleted(right);
-    list.GetLeft().ProcessModificationRequest();
-    list.Remove(right);
-    right.ProcessModificationRequest();
-}
-
-}   // namespace
-
 void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept {
     const Association1NUntyped& association = list.GetAssociation();
     ObjectInfo& left = list.GetLeft();
     if (!association.GetProperties().Has(AssociationProperty::EventSending))
         reason = CutReason::Silent;
     if (reason == CutReason::Silent) {
-        CutSilently(list, right);
+        list.Cut(right);
         return;
     }
     const ConstRef<Object> heldLeft(&left);   // whoever is told may do anything
@@ -402,7 +471,7 @@ void CutLink(LinkList& list, ObjectInfo& right, CutReason reason) noexcept {
         if (LinkTable::FindRight(right, association) != &list)
             return;   // deleting the left object was the answer
     }
-    CutSilently(list, right);
+    list.Cut(right);
     if (reason == CutReason::Disconnected)
         TellLeft(&Object::ObjectDisconnected, association, left, right);
 }
@@ -427,7 +496,7 @@ LinkTable& LinkTable::Get(ObjectInfo& record) {
 
 void LinkTable::FreeIfEmpty(ObjectInfo& record) noexcept {
     LinkTable* const table = Find(record);
-    if (table == nullptr || !table->rights.empty() || !table->lists.empty())
+    if (table == nullptr || table->kept || !table->rights.empty() || !table->lists.empty())
         return;
     record.links = 0;
     delete table;
@@ -461,6 +530,19 @@ void LinkTable::ReserveRight(ObjectInfo& record) {
         return;
     LinkTable& table = Get(record);
     table.rights.reserve(table.rights.size() + 1);
+}
+
+void LinkTable::ReserveRights(ObjectInfo& record, std::size_t more) {
+    LinkTable& table = Get(record);
+    table.rights.reserve(table.rights.size() + more);
+    table.kept = true;
+}
+
+void LinkTable::Release(ObjectInfo& record) noexcept {
+    if (LinkTable* const table = Find(record)) {
+        table->kept = false;
+        FreeIfEmpty(record);
+    }
 }
 
 void LinkTable::AddRight(ObjectInfo& record, LinkList& list, std::uint32_t place) noexcept {

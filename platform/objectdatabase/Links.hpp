@@ -31,22 +31,38 @@ public:
     ObjectInfo& GetLeft() const noexcept { return *left; }
     std::size_t GetCount() const noexcept { return count; }
     bool IsOwning() const noexcept;
+    /// Whether deleting the left object deletes right ones that nobody else owns.
+    bool Propagates() const noexcept;
 
-    /// Makes room for one more link. \throws std::bad_alloc with nothing changed
-    void ReserveOne();
+    /// Makes room for \p more links. \throws std::bad_alloc with nothing changed
+    void Reserve(std::size_t more);
     /// Appends \p right; room has been made on both sides.
     void Append(ObjectInfo& right) noexcept;
-    /// Takes \p right out; the indexes have been told.
-    void Remove(ObjectInfo& right) noexcept;
+    /// Before most links are cut: the indexes are told no more and, should anybody ask them, filled anew.
+    void SuspendIndexes() noexcept;
+    /// Takes \p right out, of the indexes first. Both ends count as changed.
+    void Cut(ObjectInfo& right) noexcept;
     /// Moves the live entry at ordinal place \p from to \p to. \throws std::bad_alloc with nothing changed
     void Move(std::size_t from, std::size_t to);
     /// Puts the entries into the order of \p order, a permutation of them.
     void Arrange(const std::vector<ObjectInfo*>& order);
+    /// Moves \p right directly behind \p behind, before all others when that is null. Only what stands between its
+    /// place and the nearest gap moves along. The walks have snapshots.
+    void PlaceBehind(ObjectInfo& right, ObjectInfo* behind) noexcept;
+    /// Lets the walks remember what they have still to visit: before places change. \throws std::bad_alloc
+    void TakeSnapshots();
+    /// Before entries get other places, or objects in them another identity: the recorders take the order.
+    void ShowOrder() noexcept {
+        if (ObjectInfo::recorders != nullptr)
+            ShowOrderToRecorders();
+    }
 
     /// The first live entry, null when there is none.
     ObjectInfo* GetFirst() noexcept;
     /// The live entry at ordinal place \p place, null when there is none.
     ObjectInfo* GetAt(std::size_t place) const noexcept;
+    /// All entries by place, null where a link was cut.
+    const std::vector<ObjectInfo*>& GetEntries() const noexcept { return entries; }
     /// All live entries in order. \throws std::bad_alloc
     std::vector<ObjectInfo*> GetAll() const;
 
@@ -84,9 +100,25 @@ public:
 private:
     friend class Association1NUntyped::RightWalk;
 
+    void Remove(ObjectInfo& right) noexcept;
+    void ShowPlacing(std::size_t place) noexcept {
+        if (ObjectInfo::recorders != nullptr)
+            ShowPlacingToRecorders(place);
+    }
+    void ShowLeaving(std::size_t place) noexcept {
+        if (ObjectInfo::recorders != nullptr)
+            ShowLeavingToRecorders(place);
+    }
+    void ShowPlacingToRecorders(std::size_t place) noexcept;
+    void ShowLeavingToRecorders(std::size_t place) noexcept;
+    void ShowOrderToRecorders() noexcept;
+    void ShowEndToRecorders() noexcept;
     bool MayCompact() const noexcept;
     void Compact() noexcept;
-    void TakeSnapshots();
+    std::size_t FindGap(std::size_t border) const noexcept;
+    void Put(std::size_t place, ObjectInfo& right) noexcept;
+    void Shift(std::size_t from, std::size_t to) noexcept;
+    void ForgetQueue() noexcept;
     bool IsOnlyQueued(const Object* changing) const noexcept;
     void ShowQueue(const Object* changing) noexcept;
     void Fill(Index& index) const;
@@ -129,6 +161,8 @@ public:
     /// Frees the table when nothing is in it any more.
     static void FreeIfEmpty(ObjectInfo& record) noexcept;
 
+    static bool HasAny(const ObjectInfo& record) noexcept { return record.links != 0; }
+
     /// Calls \p call with (list, place&) of each link of \p record as right side, until it returns true.
     template <class Call>
     static bool AnyRight(ObjectInfo& record, Call&& call) {
@@ -150,6 +184,9 @@ public:
 
     /// Makes room for one more link as right side. \throws std::bad_alloc with nothing changed
     static void ReserveRight(ObjectInfo& record);
+    /// The same for \p more links, which may be made and others cut in any order until Release.
+    static void ReserveRights(ObjectInfo& record, std::size_t more);
+    static void Release(ObjectInfo& record) noexcept;
     static void AddRight(ObjectInfo& record, LinkList& list, std::uint32_t place) noexcept;
     static void RemoveRight(ObjectInfo& record, const LinkList& list) noexcept;
 
@@ -158,6 +195,9 @@ public:
 
     static constexpr std::uint32_t QueuedBit = std::uint32_t{1} << 31;
     static constexpr std::uintptr_t TableBit = 1;
+
+private:
+    bool kept = false;   // stays when nothing is in it: room has been made
 };
 
 using LeftEvent = void (Object::*)(const Association1NUntyped& association, const ConstRef<Object>& right);

@@ -2,6 +2,7 @@
 
 #include <ODB/Database.hpp>
 
+#include "ChangeRecord.hpp"
 #include "Links.hpp"
 #include "Records.hpp"
 
@@ -13,6 +14,10 @@ constexpr int WrongState = -7003;
 }   // namespace
 
 Object::IsolatedState::~IsolatedState() = default;
+
+bool Object::IsolatedState::ReturnTo(Object&) noexcept {
+    return false;
+}
 
 Object::~Object() {
     LeaveDatabase();
@@ -96,6 +101,7 @@ void Object::LeaveDatabase() noexcept {
     if (FindInfo() == nullptr)
         return;
     ObjectInfo& record = *FindInfo();
+    ChangeRecorder::Record::ShowLoss(record);
     record.stamp |= ObjectInfo::DeletingFlag;
     while (ObjectInfo* const owned = Database::FindDoomed(record))
         Database::DeleteObject(Ref<Object>(owned));
@@ -118,8 +124,10 @@ std::size_t DynamicObject::GetIsolatedSize() const {
 }
 
 void ModificationGate::Open() noexcept {
-    if (ObjectInfo* const record = object.FindInfo())
+    if (ObjectInfo* const record = object.FindInfo()) {
+        record->ShowContent();
         record->Stamp();
+    }
 }
 
 void ModificationGate::Close() {
@@ -134,7 +142,7 @@ void ModificationGate::Close() {
         list.Forget(place);
         const AssociationProperty& properties = list.GetAssociation().GetProperties();
         if (properties.Has(AssociationProperty::OwnerPropagation))
-            list.GetLeft().ProcessModificationRequest();
+            list.GetLeft().Touch();
         sends = sends || properties.Has(AssociationProperty::EventSending);
         return false;
     });

@@ -5,6 +5,7 @@
 #include <ODB/IdSpace.hpp>
 #include <ODB/Object.hpp>
 
+#include "ChangeRecord.hpp"
 #include "Links.hpp"
 #include "RecordPool.hpp"
 #include "Records.hpp"
@@ -13,6 +14,7 @@ namespace ODB {
 
 std::atomic<std::uint64_t> ObjectInfo::lastStamp = 0;
 constinit ObjectInfo ObjectInfo::nullInfo;
+constinit ChangeRecorder* ObjectInfo::recorders = nullptr;
 
 // Never destroyed: references in statics of other libraries are released after this one's statics are gone.
 RecordPool<ObjectInfo>& GetRecordPool() {
@@ -30,6 +32,7 @@ void ObjectInfo::QueueOnLists() noexcept {
 // An object arrives under the identity of this dead record: the references of both come to name this one, and indexes
 // file the object anew.
 void ObjectInfo::TakeOver(ObjectInfo& other) noexcept {
+    ChangeRecorder::Record::ShowArrival(other, *space, id);
     LinkTable::AnyRight(other, [&other](LinkList& list, std::uint32_t) {
         list.Drain();
         list.TellDeleted(other);

@@ -33,13 +33,25 @@ public:
         slots.swap(larger.slots);
     }
 
+    /// The slot of the record with \p id or, where there is none, the free one for it; room has been made.
+    std::size_t FindSlot(const Id& id) const noexcept {
+        std::size_t slot = Home(id);
+        while (slots[slot] != nullptr && slots[slot]->id != id)
+            slot = Next(slot);
+        return slot;
+    }
+    /// Puts a record into the free slot for it.
+    void InsertAt(std::size_t slot, ObjectInfo& record) noexcept {
+        slots[slot] = &record;
+        ++size;
+    }
+
     /// Adds a record whose id is not here; room has been made.
     void Insert(ObjectInfo& record) noexcept {
         std::size_t slot = Home(record.id);
         while (slots[slot] != nullptr)
             slot = Next(slot);
-        slots[slot] = &record;
-        ++size;
+        InsertAt(slot, record);
     }
 
     /// Takes out a record that is here; those behind it in its run move up.

@@ -10,11 +10,27 @@
 #include <ODB/IdSpace.hpp>
 #include <ODB/Object.hpp>
 
+#include "DeadIdScope.hpp"
 #include "Links.hpp"
 #include "RecordTable.hpp"
 #include "Records.hpp"
 
 namespace ODB {
+namespace {
+
+thread_local bool writesDeadIds = false;
+
+}   // namespace
+
+DeadIdScope::DeadIdScope() noexcept : wasOpen(std::exchange(writesDeadIds, true)) {}
+
+DeadIdScope::~DeadIdScope() {
+    writesDeadIds = wasOpen;
+}
+
+bool DeadIdScope::IsOpen() noexcept {
+    return writesDeadIds;
+}
 
 RefBase::RefBase(const Object* object) : info(object != nullptr ? object->GetInfo() : &NullObjectInfo) {
     Count();
@@ -46,24 +62,15 @@ void RefBase::GenerateId(IdSpace* idSpace) {
 
 bool RefBase::Init(const Id& id, IdSpace* idSpace) {
     IdSpace& space = idSpace != nullptr ? *idSpace : *GetDefaultIdSpace();
-    const Id wanted = id.IsNull() ? space.MakeFreeId() : id;
-    if (!IsAlive() || info->space != nullptr) {
-        ObjectInfo& record = space.GetRecord(wanted);
-        record.AddReference();
-        Release();
-        info = &record;
-        return true;
+    if (IsAlive() && info->space == nullptr) {
+        const ObjectInfo* const record = space.Identify(*info, id);
+        return record == info || (record != nullptr && FollowSuccessor());
     }
-    ObjectInfo* const taken = space.FindRecord(wanted);
-    if (taken == nullptr) {
-        space.ReserveOne();
-        space.Enter(*info, wanted);
-        return true;
-    }
-    if (taken->IsAlive() || info->IsDying())
-        return false;
-    taken->TakeOver(*info);
-    return FollowSuccessor();
+    ObjectInfo& record = space.GetRecord(id.IsNull() ? space.MakeFreeId() : id);
+    record.AddReference();
+    Release();
+    info = &record;
+    return true;
 }
 
 int RefBase::ReadRef(Kest::IChannel& channel, IdSpace* idSpace) {
@@ -84,7 +91,7 @@ int RefBase::ReadRef(Kest::IChannel& channel, IdSpace* idSpace) {
 }
 
 int RefBase::WriteRef(Kest::OChannel& channel) const {
-    return channel.Write(IsAlive() ? GetId().GetGuid() : Kest::Guid());
+    return channel.Write(IsAlive() || DeadIdScope::IsOpen() ? GetId().GetGuid() : Kest::Guid());
 }
 
 }   // namespace ODB

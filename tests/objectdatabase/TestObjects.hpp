@@ -24,6 +24,11 @@ public:
     using Hook = std::function<void(Event, Thing& left, const ODB::ConstRef<ODB::Object>& right)>;
 
     struct IsolatedState : ODB::Object::IsolatedState {
+        bool ReturnTo(ODB::Object& object) noexcept override {
+            static_cast<Thing&>(object).number = number;
+            return true;
+        }
+
         int number = 0;
     };
 

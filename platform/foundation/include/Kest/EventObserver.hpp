@@ -19,6 +19,11 @@ public:
     /// \p source dies and has already forgotten this observer. Only its address may be used.
     virtual void SourceDestroyed(EventSource* source);
 
+protected:
+    /// Takes the memory that attaching to a first source takes: attaching to a source that nobody else observes cannot
+    /// fail from then on. \throws std::bad_alloc with nothing changed
+    void PrepareToObserve();
+
 private:
     friend class EventSource;
     struct Mark;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include <Kest/Array.hpp>
 #include <Kest/ClassInfo.hpp>
@@ -16,6 +17,15 @@
 namespace ODB {
 
 class LinkList;
+
+/// How many links an object has.
+struct LinkCount {
+    std::size_t asLeft;
+    std::size_t asRight;
+};
+
+/// The links of the object of \p record, in all associations.
+ODB_API LinkCount CountLinks(const ObjectInfo& record) noexcept;
 
 /// A kind of one-to-many link: a left object has any number of right objects in an order, a right object at most one
 /// left object.
@@ -52,6 +62,14 @@ public:
     /// object that would own itself
     /// \throws std::bad_alloc, and what an index throws, with nothing changed
     int Connect(const Ref<Object>& left, const Ref<Object>& right) const;
+
+    /// Links \p rights in their order behind the right objects of \p left, as Connect does, in one go: objects that
+    /// have ids, no links and own nothing, for an association that sends no events. \param fillIndexes called when
+    /// there is room for all, before any is linked, in place of telling the indexes of \p left of each; in the end
+    /// these must know all, or, when it throws, none \throws std::bad_alloc, and what \p fillIndexes throws, with
+    /// nothing changed
+    void ConnectNewcomers(const Ref<Object>& left, const std::vector<ObjectInfo*>& rights,
+                          const std::function<void()>& fillIndexes) const;
 
     /// Cuts the link between the two. An owned object that loses its last owner is destroyed.
     /// \returns 0, or -7003 when they are not linked

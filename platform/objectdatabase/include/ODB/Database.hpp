@@ -29,6 +29,7 @@ private:
     friend class Association1NUntyped;
     friend class Object;
 
+    static void SuspendIndexes(const ObjectInfo& record) noexcept;
     static ObjectInfo* FindDoomed(ObjectInfo& owner) noexcept;
     static LinkList* FindOtherOwner(ObjectInfo& right, const LinkList& list) noexcept;
     static ObjectInfo* FindDoomingOwner(ObjectInfo& record) noexcept;

@@ -17,11 +17,17 @@
 
 namespace ODB {
 
+class ConflictResolver;
+class ContentEnumerator;
 class IdSpace;
+class IsolatedStateIO;
 
-/// Which links a delta takes along.
+/// Which links a delta takes along: those whose named ends are among the objects.
 enum class LinkBoundary : int {
-    Inside = 3   ///< links whose two ends are both among the objects
+    Touching = 0,      ///< any link of any of the objects
+    LeftInside = 1,    ///< the left end is among the objects
+    RightInside = 2,   ///< the right end is
+    Inside = 3         ///< both ends are
 };
 
 /// Decides whether an object takes part; a null filter lets all take part.
@@ -131,6 +137,29 @@ public:
     int AddReorderedLink(const Association1NUntyped& association, const Id& left, const Id& right, const Id& behind);
     /// @}
 
+    /// In what order EnumerateContent goes.
+    enum EnumerationOrdering : int {
+        InOrderOfAdding = 0,   ///< the seven collections one after the other, each as it was filled
+        ById = 1               ///< the same, each ordered by id; links by association, left and right object
+    };
+    /// What EnumerateContent tells.
+    enum EnumerationMode : int {
+        Everything = 0,     ///< objects with their states, links, and the control objects last
+        ObjectsOnly = 1,    ///< objects with their states
+        LinksOnly = 2,      ///< links, and the control objects last
+        WithoutStates = 3   ///< as Everything, but no states are made
+    };
+
+    /// Tells \p enumerator of everything: new, modified and deleted objects, new, modified, reordered and deleted
+    /// links, at last the control objects, in the order in which links name them.
+    /// \returns 0, or with nothing told what making the states returns, as Write does
+    /// \throws std::bad_alloc with nothing told
+    int EnumerateContent(ContentEnumerator& enumerator, EnumerationOrdering ordering, EnumerationMode mode) const;
+
+    /// Makes room for one more deleted object and one more link of each sort: recording them cannot fail then, so that
+    /// whoever does what it records does both or neither. \throws std::bad_alloc with nothing changed
+    void ReserveOne();
+
     /// Forgets everything but name and space.
     void Clear() noexcept;
     /// The same, and ties the delta to \p idSpace.
@@ -150,6 +179,7 @@ public:
 private:
     enum class ObjectChange : unsigned char { New, Modified, Deleted };
     class Reader;
+    friend class ChangeRecorder;
 
     bool HasObjects() const noexcept {
         return !newObjects.empty() || !modifiedObjects.empty() || !deletedObjects.empty();
@@ -177,19 +207,37 @@ private:
     Kest::HashTable<Id, ObjectChange> changes;   // of all objects
 };
 
-/// Puts into \p delta what is among \p newObjects and not among \p oldObjects, with the links that \p boundary names,
-/// in the order of the objects and of their links. Only objects that \p filter lets pass take part. \returns 0, -7001
-/// for a null delta or a null or dead object, -7003 for an object without an id, -108 when memory runs out, or what
-/// storing an object's state returns; then the delta is empty
+/// Puts into \p delta the way from \p oldObjects to \p newObjects, which may be the same objects, others in the same
+/// id space, or objects of another space: they are told by their ids. What is among the new ones only is new, what is
+/// among the old ones only is deleted, what is among both with other content is modified; links likewise, with as few
+/// reordered ones as there can be. Only objects that \p filter lets pass take part. Objects stand in the order of the
+/// lists, links in their own order, list by list.
+/// \param boundary which links take part; ends of an old link are looked for among the old objects, of a new one among
+/// the new ones
+/// \returns 0; -7001 for a null delta or a null or dead object; -7003 for an object without an id, two in one list with
+/// one id, or an id that has another class in the other list; -108 when memory runs out; what storing or writing an
+/// object's state returns. Then the delta is empty
 ODB_API int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>& newObjects, Delta* delta,
                         LinkBoundary boundary, const ObjectFilter& filter);
 
-/// Makes the new objects and links of \p delta in \p target: checks all ids, makes all objects, restores all contents,
-/// then makes the links, each in its place. All or nothing; no observer is told. Only what is new can be merged:
-/// a delta in which anything was modified, deleted or reordered is refused.
-/// \returns 0, or -7003 with nothing changed when the delta is refused, an id is taken in \p target, a class cannot be
-/// made, a link's right object is not new or linked twice, or its left object or its neighbour is not there; what
-/// restoring a content returns, or -108 when memory runs out, with nothing changed
+/// Merges \p delta into \p target: checks everything, makes the new objects, restores the new and then the modified
+/// contents, makes, moves, places and cuts links, deletes what is deleted. All or nothing: whatever is returned but 0,
+/// the target is as it was, also when memory has run out, as long as the classes concerned can take a content back
+/// without memory (Object::IsolatedState::ReturnTo). A delta that leads from A to B, merged into A, makes it B; the one
+/// that leads back makes it A again, with the same ids, contents and links in the same order; references to objects
+/// that come back live again. Costs what the delta costs, but for lists in which many links get another place.
+///
+/// Observers of attributes and the like are told nothing, except that those of objects that are deleted hear so; that
+/// happens last, when everything else is done, and whatever they do then is theirs.
+/// \param io how contents pass; null: as they are
+/// \param resolver decides about what does not fit; null refuses
+/// \param sendEvents tells left objects, in the end, of the links that came, went and moved, where associations send
+/// events
+/// \returns 0; -7003 when a conflict is refused, a class cannot be made, a link would make an object own itself or is
+/// none for its association, or links follow each other in a ring; what restoring or passing a content returns; -108
+ODB_API int MergeDelta(IdSpace& target, const Delta& delta, IsolatedStateIO* io, ConflictResolver* resolver,
+                       bool sendEvents);
+/// The same with nothing for \p io and \p resolver, and no events.
 ODB_API int MergeDelta(IdSpace& target, const Delta& delta);
 
 /// \p objects and everything that they own, directly or through others: each once, behind the owner through which it

@@ -51,6 +51,14 @@ public:
     /// \throws std::bad_alloc with nothing changed
     void ReidentifyAllObjects(Kest::HashTable<Id, Id>* oldToNew);
 
+    /// Gives the object of \p record, which has no id yet, the id \p id here; the null id stands for a fresh one.
+    /// \returns the record that the object has now, which is another one when the identity was known already; null,
+    /// with nothing changed, when an object has that id. \throws std::bad_alloc with nothing changed
+    ObjectInfo* Identify(ObjectInfo& record, const Id& id);
+
+    /// Makes room for \p more identities. \throws std::bad_alloc with nothing changed
+    void Reserve(std::size_t more);
+
     /// Checks both ends of every link of every object, and all counts; for debug builds and tests.
     bool CheckInvariants() const;
 
@@ -69,6 +77,7 @@ public:
 private:
     friend class Association1NUntyped;
     friend class Database;
+    friend class MergeTarget;
     friend class Object;
     friend class ObjectInfo;
     friend class RefBase;
@@ -78,7 +87,7 @@ private:
     ObjectInfo* FindRecord(const Id& id) const noexcept;
     // Gives a record without a space the identity; the caller has made sure that it is free and that there is room.
     void Enter(ObjectInfo& record, const Id& id) noexcept;
-    void ReserveOne();
+    void ReserveOne() { Reserve(1); }
     bool DeleteObjects(bool owned) noexcept;
     bool DeleteFirst(bool owned) noexcept;
     static bool IsDoomed(ObjectInfo* record, bool owned) noexcept;

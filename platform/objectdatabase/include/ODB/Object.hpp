@@ -39,6 +39,12 @@ public:
         IsolatedState() = default;
         virtual ~IsolatedState();
 
+        /// Gives the content back to \p object, from which it was stored, without taking memory: for whoever has to
+        /// take a change back when there is none left. What remains in the state is worth nothing. Tells no observer;
+        /// counts as a change. A class whose state has content of its own overrides it; without that nothing is done.
+        /// \returns whether it was done
+        virtual bool ReturnTo(Object& object) noexcept;
+
     protected:
         IsolatedState(const IsolatedState&) = default;
         IsolatedState& operator=(const IsolatedState&) = default;
@@ -140,6 +146,7 @@ protected:
 private:
     friend class Database;
     friend class IdSpace;
+    friend class MergeTarget;
     friend class ObjectInfo;
     friend class RefBase;
     friend class ModificationGate;

@@ -8,6 +8,7 @@
 
 namespace ODB {
 
+class ChangeRecorder;
 class IdSpace;
 class LinkList;
 class LinkTable;
@@ -36,12 +37,12 @@ public:
     /// Value of the process-wide count of changes at the last change of the object; 0 for one never changed.
     std::uint64_t GetModificationStamp() const noexcept { return stamp & StampMask; }
 
-    /// Called before an object is handed out for modification: stamps it and notes it for the indexes above it, which
-    /// look at it again before their next answer. Allocates nothing.
+    /// Called before an object is handed out for modification: shows its content to the recorders that are open, stamps
+    /// it and notes it for the indexes above it, which look at it again before their next answer. Allocates nothing
+    /// unless a recorder is open.
     void ProcessModificationRequest() noexcept {
-        Stamp();
-        if (links != 0)
-            QueueOnLists();
+        ShowContent();
+        Touch();
     }
 
     /// The same for a change that does not count as a change of content: the stamp stays.
@@ -69,10 +70,12 @@ public:
 
 private:
     friend class Association1NUntyped;
+    friend class ChangeRecorder;
     friend class Database;
     friend class IdSpace;
     friend class LinkList;
     friend class LinkTable;
+    friend class MergeTarget;
     friend class ModificationGate;
     friend class Object;
     friend class RecordTable;
@@ -87,6 +90,18 @@ private:
         lastStamp.store(next, std::memory_order_relaxed);
         stamp = (stamp & ~StampMask) | next;
     }
+    // The object counts as changed; its content stays: for changes of its links.
+    void Touch() noexcept {
+        Stamp();
+        if (links != 0)
+            QueueOnLists();
+    }
+    // Before the first write of a change: the recorders take the content, unless they have it.
+    void ShowContent() noexcept {
+        if (recorders != nullptr)
+            ShowContentToRecorders();
+    }
+    void ShowContentToRecorders() noexcept;
     void QueueOnLists() noexcept;
     void TakeOver(ObjectInfo& other) noexcept;
     void Free() noexcept;
@@ -96,6 +111,7 @@ private:
     static constexpr std::uint64_t DeletingFlag = std::uint64_t{1} << 57;   // on its way out
     static constexpr std::uint64_t MovedFlag = std::uint64_t{1} << 58;      // `successor` is set
     static std::atomic<std::uint64_t> lastStamp;
+    static ChangeRecorder* recorders;   // those that are open, null without one
 
     Id id;
     union {

@@ -1,0 +1,7 @@
+#include <ODB/IsolatedStateIO.hpp>
+
+namespace ODB {
+
+IsolatedStateIO::~IsolatedStateIO() = default;
+
+}   // namespace ODB
