@@ -15,6 +15,7 @@
 #include <AttributeManager/AttributeSet.hpp>
 
 #include "AttributeIndexTables.hpp"
+#include "ContainerRelay.hpp"
 #include "RegisteredTypeId.hpp"
 #include "StreamVersions.hpp"
 
@@ -33,9 +34,10 @@ bool IsAttribute(const ODB::ObjectInfo& record) {
     return record.GetObject()->GetClassInfo()->IsCompatibleWith(*GeneralAttribute::GetClassInfoStatic());
 }
 
-// Tells the observers of the container's set; nobody when it stands alone or its type is not registered.
-void Relay(const AttributeContainer& container, const ODB::ConstRef<GeneralAttribute>& attribute,
-           AttributeSet::Status status, const FieldMask& fields) {
+}   // namespace
+
+void RelayToSet(const AttributeContainer& container, const ODB::ConstRef<GeneralAttribute>& attribute,
+                AttributeSet::Status status, const FieldMask& fields) {
     ODB::ObjectInfo* const setRecord = AttributeSet::GetContainerAssociation().FindLeft(*container.GetInfo());
     if (setRecord == nullptr)
         return;
@@ -45,9 +47,10 @@ void Relay(const AttributeContainer& container, const ODB::ConstRef<GeneralAttri
         set->NotifyObservers(typeId, attribute, status, fields);
 }
 
-}   // namespace
-
-AttributeContainer::AttributeContainer() : Lum::Object(GetClassInfoStatic()) {}
+// Made for a delta, it will have to observe what comes with it when nothing may fail any more.
+AttributeContainer::AttributeContainer() : Lum::Object(GetClassInfoStatic()) {
+    PrepareToObserve();
+}
 
 AttributeContainer::AttributeContainer(const AttributeContainer& other)
     : Lum::Object(other),
@@ -253,7 +256,7 @@ int AttributeContainer::SetActiveAttribute(const ODB::Ref<GeneralAttribute>& att
     ODB::ModificationGate gate(*this);
     activeAttribute = wanted;
     gate.Close();
-    Relay(*this, wanted, AttributeSet::ActiveChanged, FieldMask());
+    RelayToSet(*this, wanted, AttributeSet::ActiveChanged, FieldMask());
     return Error::None;
 }
 
@@ -266,7 +269,7 @@ std::uint64_t AttributeContainer::GetLastAttributeModificationStamp() const {
 }
 
 void AttributeContainer::AttributeChanged(ODB::ConstRef<GeneralAttribute> attribute, const FieldMask& fields) {
-    Relay(*this, attribute, AttributeSet::Changed, fields);
+    RelayToSet(*this, attribute, AttributeSet::Changed, fields);
 }
 
 void AttributeContainer::NameChanged(ODB::Ref<GeneralAttribute>, const Kest::UniString&) {}

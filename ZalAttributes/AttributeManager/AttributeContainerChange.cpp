@@ -113,6 +113,14 @@ ODB::Ref<GeneralAttribute> AttributeContainer::NewAttribute(ODB::ConstRef<Genera
     return PutClone(*source, hint, &guid, idSpace, false);
 }
 
+// Copying keeps user data where the source has none.
+void AttributeContainer::Overwrite(const ODB::Ref<GeneralAttribute>& target,
+                                   const ODB::ConstRef<GeneralAttribute>& source) {
+    if (target.GetConst()->HasMemoData() && !target.GetConst()->HasSameMemoData(source))
+        target->Destruct();
+    target->Copy(source);
+}
+
 int AttributeContainer::PutAttribute(ODB::ConstRef<GeneralAttribute> source, unsigned int index,
                                      FieldMask* changedFields) {
     const ODB::Ref<GeneralAttribute> target = GetAttribute(index);
@@ -129,9 +137,7 @@ int AttributeContainer::PutAttribute(ODB::ConstRef<GeneralAttribute> source, uns
         if (changedFields->IsEmpty())
             return Error::None;
         const Kest::UniString oldName = target.GetConst()->GetName();
-        if (target.GetConst()->HasMemoData() && !target.GetConst()->HasSameMemoData(source))
-            target->Destruct();
-        target->Copy(source);
+        Overwrite(target, source);
         if (FieldMaskT<GeneralAttribute>(*changedFields).Test(GeneralAttribute::NameField))
             NameChanged(target, oldName);
     } catch (...) {

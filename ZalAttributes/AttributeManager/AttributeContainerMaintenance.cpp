@@ -2,6 +2,7 @@
 #include <AttributeManager/AttributeIndex.hpp>
 
 #include "OwnedObjects.hpp"
+#include "SetCopy.hpp"
 
 namespace ADB {
 
@@ -42,6 +43,7 @@ bool AttributeContainer::CheckInvariants() const {
 ODB::Ref<AttributeContainer> AttributeContainer::CopyToIdSpace(ODB::IdSpace* target) const {
     return CopyWithOwned(
         *this, u"AttributeContainer::attributeDelta", target,
+        [this](ODB::IdSpace& space) { return CopyContainer(*this, space, CopyIds::Same); },
         [](const ODB::Ref<AttributeContainer>& copy) { copy.GetLogicalConst()->AttachAttributeObservers(); });
 }
 

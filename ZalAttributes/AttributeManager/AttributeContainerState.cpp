@@ -89,6 +89,11 @@ int DropTable(Kest::IChannel& channel, std::size_t leastKeySize) {
 
 }   // namespace
 
+bool AttributeContainer::IsolatedState::ReturnTo(ODB::Object& object) noexcept {
+    static_cast<AttributeContainer&>(object).TakeContent(std::move(*this));
+    return true;
+}
+
 AttributeContainer::IsolatedState* AttributeContainer::CreateIsolatedState() const {
     return new IsolatedState;
 }
@@ -117,7 +122,7 @@ int AttributeContainer::RestoreIsolatedState(const ODB::Object::IsolatedState* s
     IsolatedState content(*own);
     ODB::Ref<GeneralAttribute>& active = content.activeAttribute;
     if (active.GetIdSpace() != GetIdSpace()) {   // a copy has its own active attribute
-        const ODB::Id id = active ? active.GetId() : ODB::NullId;
+        const ODB::Id id = active.GetId();       // of one that is gone too: it may come back with this state
         active = ODB::NullRef;
         if (!id.IsNull())
             active.Init(id, GetIdSpace());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <new>
 
 #include <Kest/CaseMapping.hpp>
 #include <Kest/ClassManager.hpp>
@@ -106,7 +107,9 @@ void AttributeIndex::ObjectCreated(const ODB::Ref<ODB::Object>& object) {
 // The keys are those under which the attribute is filed: whoever changes them moves them (AttributeKeyChange). What
 // remains is that the last writer takes the keys it bears.
 void AttributeIndex::ObjectModified(const ODB::Ref<ODB::Object>& object) {
-    if (!tables->HasShadows())   // then every attribute holds the keys that it bears
+    if (tables->areLost)
+        throw std::bad_alloc();   // has the association fill it anew
+    if (!tables->HasShadows())    // then every attribute holds the keys that it bears
         return;
     ODB::ObjectInfo& record = *object.GetInfo();
     const GeneralAttribute& attribute = AttributeOf(record);
@@ -132,6 +135,7 @@ void AttributeIndex::Clear() {
     tables->names.Clear();
     tables->numbers.Clear();
     tables->ForgetOrder();
+    tables->areLost = false;
 }
 
 bool AttributeIndex::FollowsModifications() const {

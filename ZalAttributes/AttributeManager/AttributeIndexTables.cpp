@@ -69,6 +69,22 @@ void IndexKeys::Remove(short key, const ODB::ObjectInfo& record) noexcept {
         Unmark(key);
 }
 
+void IndexKeys::CopyFrom(const IndexKeys& model, const std::vector<ODB::ObjectInfo*>& copies) {
+    std::array<std::unique_ptr<Page>, PageCount> copiedPages;
+    for (std::size_t place = 0; place < PageCount; ++place)
+        if (model.pages[place] != nullptr) {
+            copiedPages[place] = std::make_unique<Page>();
+            copiedPages[place]->borne = model.pages[place]->borne;
+        }
+    pages = std::move(copiedPages);
+    for (ODB::ObjectInfo* const copy : copies) {
+        const std::size_t slot = SlotOf(AttributeOf(*copy).GetIndex());
+        pages[slot / PageSize]->holders[slot % PageSize] = copy;
+    }
+    lowestMaybeFree = model.lowestMaybeFree;
+    highestMaybeBorne = model.highestMaybeBorne;
+}
+
 void IndexKeys::Clear() noexcept {
     for (auto& page : pages)
         page.reset();
@@ -261,6 +277,14 @@ bool AttributeIndexTables::IsNameBorne(std::u16string_view name, std::uint32_t h
 bool AttributeIndexTables::IsIndexBorne(short index, const GeneralAttribute* except) const noexcept {
     const std::uint32_t own = except != nullptr && except->GetIndex() == index ? 1 : 0;
     return indexes.CountBearers(index) > own;
+}
+
+void AttributeIndexTables::CopyFrom(const AttributeIndexTables& model, const std::vector<ODB::ObjectInfo*>& copies) {
+    names.Reserve(copies.size());
+    indexes.CopyFrom(model.indexes, copies);
+    names.CopyFrom(model.names, [this](const GeneralAttribute& original) -> const GeneralAttribute& {
+        return AttributeOf(*indexes.Find(original.GetIndex()));
+    });
 }
 
 void AttributeIndexTables::TakeIndex(ODB::ObjectInfo& record) noexcept {

@@ -44,6 +44,9 @@ public:
     void Promote(short key, ODB::ObjectInfo& record) noexcept;
     /// \p record bears \p key no longer.
     void Remove(short key, const ODB::ObjectInfo& record) noexcept;
+    /// Takes over the keys of \p model, each of which has a holder and no other bearer, with their holders' \p copies;
+    /// there are no keys yet. \throws std::bad_alloc with nothing changed
+    void CopyFrom(const IndexKeys& model, const std::vector<ODB::ObjectInfo*>& copies);
     void Clear() noexcept;
 
     /// The first key from \p start, then from 1, that nobody bears; 0 when all of 1 to 32766 are borne.
@@ -114,6 +117,14 @@ public:
     /// \p record bears its name, whose hash is given, no longer.
     void Remove(std::uint32_t hash, const ODB::ObjectInfo& record) noexcept;
     bool IsHolder(std::uint32_t hash, const ODB::ObjectInfo& record) const noexcept;
+    /// Takes over the names of \p model; \p copyOf gives the holder here for the holder there, which has the same name.
+    /// There is room for all, and nobody here has any of them.
+    template <class CopyOf>
+    void CopyFrom(const NameKeys& model, CopyOf&& copyOf) noexcept {
+        for (const Slot& slot : model.slots)
+            if (slot.holder != nullptr)
+                Insert(slot.hash, copyOf(*slot.holder));
+    }
     void Clear() noexcept;
 
 private:
@@ -163,6 +174,12 @@ public:
     }
     bool IsIndexBorne(short index, const GeneralAttribute* except) const noexcept;
 
+    /// Whether each of \p count attributes is known and holds the keys that it bears.
+    bool HasOnlyHolders(std::size_t count) const noexcept { return !HasShadows() && names.GetSize() == count; }
+    /// Files \p copies, the copies of all attributes of \p model, each of which holds the keys that it bears, in tables
+    /// that are empty. \throws std::bad_alloc with nothing filed
+    void CopyFrom(const AttributeIndexTables& model, const std::vector<ODB::ObjectInfo*>& copies);
+
     /// Makes \p record, counted as a bearer of its index, the holder, and logs whom it displaces.
     void TakeIndex(ODB::ObjectInfo& record) noexcept;
 
@@ -175,6 +192,7 @@ public:
     void NoteGone(ODB::ObjectInfo& record) noexcept;
 
     ODB::ObjectInfo* scope = nullptr;   // the container
+    bool areLost = false;               // keys have changed unseen: nothing may be asked until all is filled anew
 
 private:
     void RepairOrder();

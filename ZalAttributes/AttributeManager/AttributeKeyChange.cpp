@@ -30,7 +30,8 @@ AttributeKeyChange::AttributeKeyChange(GeneralAttribute& changing, const Kest::U
 AttributeIndex* AttributeKeyChange::Prepare(const GeneralAttribute& changing, short newIndex) {
     AttributeIndex* const index = FindIndex(changing);
     if (index != nullptr) {
-        index->tables->indexes.Prepare(newIndex);
+        if (newIndex != changing.GetIndex())
+            index->tables->indexes.Prepare(newIndex);
         index->tables->names.Reserve(index->tables->names.GetSize() + 1);
     }
     return index;

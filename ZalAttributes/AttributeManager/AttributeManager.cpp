@@ -11,6 +11,7 @@
 #include "AttributeSetBuilding.hpp"
 #include "LogCategory.hpp"
 #include "ProcessState.hpp"
+#include "SetCopy.hpp"
 
 namespace {
 
@@ -67,8 +68,13 @@ void KillSet(const ODB::Ref<AttributeSet>& set, short index, void (*logKilledCur
     state.currentSet = state.sets.GetFirst();
 }
 
-// The objects of the copy get fresh ids in a space between, so that the copy can stand beside its source.
+// Where it takes a delta, the objects of the copy get fresh ids in a space between, so that the copy can stand beside
+// its source.
 ODB::Ref<AttributeSet> CopyBeside(const AttributeSet& source) {
+    if (source.GetIdSpace() == nullptr)
+        return ODB::NullRef;
+    if (const auto copy = ADB::CopySet(source, *source.GetIdSpace(), ADB::CopyIds::Fresh))
+        return *copy;
     ODB::IdSpace between;
     const ODB::Ref<AttributeSet> copy = source.CopyToIdSpace(&between);
     if (!copy)
@@ -80,8 +86,9 @@ ODB::Ref<AttributeSet> CopyBeside(const AttributeSet& source) {
 ODB::Ref<AttributeSet> CopyWithin(const AttributeSet& source, ODB::IdSpace* target) {
     try {
         const bool beside = target == nullptr || target == source.GetIdSpace();
+        const bool isThere = !beside && target->Contains(source.GetId());
         const ODB::Ref<AttributeSet> copy = beside ? CopyBeside(source) : source.CopyToIdSpace(target);
-        if (copy)
+        if (copy && isThere)   // whoever made it may have left that out
             copy.GetConst()->EnumerateAttributeContainers([](const ODB::Ref<AttributeContainer>& container) {
                 container.GetLogicalConst()->AttachAttributeObservers();
             });

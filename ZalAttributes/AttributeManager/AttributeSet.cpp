@@ -76,6 +76,11 @@ AttributeSet* AttributeSet::Clone() const {
     return new AttributeSet(*this);
 }
 
+bool AttributeSet::IsolatedState::ReturnTo(ODB::Object& object) noexcept {
+    static_cast<AttributeSet&>(object).TakeFills(fills);
+    return true;
+}
+
 AttributeSet::IsolatedState* AttributeSet::CreateIsolatedState() const {
     return new IsolatedState;
 }

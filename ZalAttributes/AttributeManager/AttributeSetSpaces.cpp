@@ -2,16 +2,20 @@
 #include <AttributeManager/AttributeTypeIdIndex.hpp>
 
 #include "OwnedObjects.hpp"
+#include "SetCopy.hpp"
 
 namespace ADB {
 
 // Deltas carry no observers: the containers of the copy observe their attributes anew.
 ODB::Ref<AttributeSet> AttributeSet::CopyToIdSpace(ODB::IdSpace* target) const {
-    return CopyWithOwned(*this, u"AttributeSet::attributeDelta", target, [](const ODB::Ref<AttributeSet>& copy) {
-        copy.GetConst()->EnumerateAttributeContainers([](const ODB::Ref<AttributeContainer>& container) {
-            container.GetLogicalConst()->AttachAttributeObservers();
+    return CopyWithOwned(
+        *this, u"AttributeSet::attributeDelta", target,
+        [this](ODB::IdSpace& space) { return CopySet(*this, space, CopyIds::Same); },
+        [](const ODB::Ref<AttributeSet>& copy) {
+            copy.GetConst()->EnumerateAttributeContainers([](const ODB::Ref<AttributeContainer>& container) {
+                container.GetLogicalConst()->AttachAttributeObservers();
+            });
         });
-    });
 }
 
 void AttributeSet::MoveToIdSpace(ODB::IdSpace* target) {

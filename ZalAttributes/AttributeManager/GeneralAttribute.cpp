@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <typeinfo>
 #include <utility>
 
 #include <Kest/ByteString.hpp>
@@ -128,17 +129,40 @@ GeneralAttribute::IsolatedState::IsolatedState(const GeneralAttribute& attribute
       modificationTime(attribute.modificationTime),
       memo(attribute.memo) {}
 
+bool GeneralAttribute::IsolatedState::ReturnTo(ODB::Object& object) noexcept {
+    if (typeid(*this) != typeid(IsolatedState))
+        return false;
+    ReturnGeneralPart(static_cast<GeneralAttribute&>(object));
+    return true;
+}
+
+// There is nearly always room for keys that were there before; else the index over the container is filled anew.
+void GeneralAttribute::IsolatedState::ReturnGeneralPart(GeneralAttribute& attribute) noexcept {
+    try {
+        attribute.Take(std::move(*this));
+    } catch (const std::bad_alloc&) {
+        if (const AttributeIndex* const keys = AttributeKeyChange::FindIndex(attribute))
+            keys->tables->areLost = true;
+        const ODB::ModificationGate gate(attribute);
+        attribute.TakeFields(std::move(*this));
+    }
+}
+
 // All content goes in or, for want of memory, none of it.
 void GeneralAttribute::Take(IsolatedState&& content) {
     const bool isIndexed = AttributeKeyChange::FindIndex(*this) != nullptr;
     const std::uint32_t hash = isIndexed ? Kest::HashIgnoringCase(content.name) : 0;
     AttributeKeyChange change(*this, content.name, content.index, hash);
+    TakeFields(std::move(content));
+    change.Close();
+}
+
+void GeneralAttribute::TakeFields(IsolatedState&& content) noexcept {
     name = std::move(content.name);
     index = content.index;
     flags = content.flags;
     modificationTime = content.modificationTime;
     memo = content.memo;
-    change.Close();
 }
 
 GeneralAttribute::IsolatedState* GeneralAttribute::CreateIsolatedState() const {

@@ -18,14 +18,22 @@ bool CopyOwnedObjects(ODB::ObjectInfo& record, const Kest::UniString& deltaName,
 /// \throws std::bad_alloc with nothing changed
 void MoveOwnedObjects(ODB::ObjectInfo& record, ODB::IdSpace& target);
 
-/// CopyToIdSpace of a container or set: \p attachObservers has the copy observe what it holds, and may throw.
-template <class Object, class AttachObservers>
+/// CopyToIdSpace of a container or set: through a delta, unless \p copyFast gives the copy.
+/// \param copyFast called with the target; returns an optional reference, or throws std::bad_alloc
+/// \param attachObservers has the copy made by the delta observe what it holds; may throw std::bad_alloc
+template <class Object, class CopyFast, class AttachObservers>
 ODB::Ref<Object> CopyWithOwned(const Object& object, const Kest::UniString& deltaName, ODB::IdSpace* target,
-                               AttachObservers&& attachObservers) {
-    if (target == nullptr || target == object.GetIdSpace())
+                               CopyFast&& copyFast, AttachObservers&& attachObservers) {
+    if (target == nullptr || object.GetIdSpace() == nullptr || target == object.GetIdSpace())
         return ODB::NullRef;
     if (target->Contains(object.GetId()))
         return ODB::DynamicCast<Object>(target->Find(object.GetId()));
+    try {
+        if (const auto copy = copyFast(*target))
+            return *copy;
+    } catch (const std::bad_alloc&) {
+        return ODB::NullRef;
+    }
     if (!CopyOwnedObjects(*object.GetInfo(), deltaName, *target))
         return ODB::NullRef;
     const ODB::Ref<Object> copy = ODB::DynamicCast<Object>(target->Find(object.GetId()));

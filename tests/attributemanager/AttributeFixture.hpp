@@ -61,6 +61,12 @@ public:
 
     class State : public GeneralAttribute::IsolatedState {
     public:
+        bool ReturnTo(ODB::Object& object) noexcept override {
+            auto& mark = static_cast<Mark&>(object);
+            ReturnGeneralPart(mark);
+            mark.color = color;
+            return true;
+        }
         int color = 0;
     };
 

@@ -122,4 +122,34 @@ TEST_F(AttributeIndexTest, AnIndexOverRepeatedNamesHasRoomForAllOfThem) {
         EXPECT_EQ(marks->GetAttribute(nameOf(number)), older[static_cast<std::size_t>(number - 1)]);
 }
 
+// While everything goes, the index is not kept up to date unless somebody asks it.
+TEST_F(AttributeIndexTest, WhoeverAsksWhileAllGoesIsAnswered) {
+    Recorder heard;
+    const auto fill = [&] {
+        for (short index = 1; index <= 30; ++index)
+            Add(UniString::Printf("Mark %d", index), index)->Attach(heard);
+    };
+    std::size_t right = 0;
+    heard.act = [&](const std::string& text) {
+        if (text != "destroyed")
+            return;
+        Texts found, linked;
+        for (unsigned int index = 1; index <= 30; ++index)
+            if (const Reading byIndex = marks.GetConst()->GetConstAttribute(index);
+                byIndex && byIndex == marks.GetConst()->GetConstAttribute(UniString::Printf("MARK %u", index)))
+                found.push_back(NameOf(byIndex));
+        marks.GetConst()->EnumerateConstAttributes(
+            [&linked](const Reading& attribute) { linked.push_back(NameOf(attribute)); });
+        right += found == linked ? 1 : 0;
+    };
+    fill();
+    marks->ResetContainer();
+    EXPECT_EQ(right, 30U);
+    EXPECT_EQ(marks.GetConst()->GetAttributeMaximumIndex(), 0);
+    fill();
+    EXPECT_TRUE(IsSound());
+    ODB::Database::DeleteObject(marks);
+    EXPECT_EQ(right, 60U);
+}
+
 }   // namespace

@@ -5,7 +5,9 @@
 #include <functional>
 
 #include <Kest/Array.hpp>
+#include <Kest/Guid.hpp>
 #include <Kest/HashSet.hpp>
+#include <Kest/PagedArray.hpp>
 #include <Kest/PlatformSign.hpp>
 #include <Kest/UniString.hpp>
 
@@ -27,6 +29,12 @@ class InputFrame;
 class OutputFrame;
 
 }   // namespace Kest
+
+namespace ODB {
+
+class Delta;
+
+}   // namespace ODB
 
 namespace ADB {
 
@@ -53,6 +61,7 @@ public:
         IsolatedState() = default;
         IsolatedState(const IsolatedState&) = default;
         IsolatedState& operator=(const IsolatedState&) = default;
+        bool ReturnTo(ODB::Object& object) noexcept override;
 
         LumCB::PermissionID createPermission = LumCB::PermissionID::None;
         LumCB::PermissionID deleteModifyPermission = LumCB::PermissionID::None;
@@ -249,6 +258,32 @@ public:
     bool CheckInvariants() const;
     /// @}
 
+    /// \name Shared projects
+    /// @{
+
+    /// The association that links containers to their attributes, and any other that makes its left side resolve the
+    /// conflicts of its right side.
+    Kest::PagedArray<Kest::Guid, 8> GetAssociationsForModificationDetection() const override;
+
+    /// As the form with a table, with none.
+    void ResolveConflicts(const ODB::ConstIRef<Lum::IResolvableObjectSet>& other) override;
+
+    /// Makes the client-created attributes fit: one whose name is blank or taken, letter case ignored, by an attribute
+    /// that is not client-created, here or in \p other (where every attribute counts), gets a generated name, which no
+    /// other client-created attribute has either; one whose index is taken in the same sense gets the next one that no
+    /// attribute of both has. Clashes among client-created attributes alone stay: see CheckContainer. The changes are
+    /// announced as SetName and SetIndex do, and reported in the log and on the debug output.
+    /// \param other the counterpart, normally the server's container; null or this container itself: none
+    /// \param table receives the new indexes, by old ones, and the type as used; may be null
+    /// \throws std::bad_alloc; the attributes that came first are resolved and recorded then
+    void ResolveConflicts(const ODB::ConstIRef<Lum::IResolvableObjectSet>& other, IAttributeNewIndexTable* table);
+
+    /// Tells of a delta that was merged: observes each attribute of the container that is new in \p delta and tells the
+    /// set's observers (created); of each that is modified in it, tells them (changed), with all general fields, since
+    /// a delta does not know which of them were other. \returns 0, or Error::MemoryFull with the rest untold
+    int MergePostProcess(const ODB::Delta* delta);
+    /// @}
+
     /// \name Other id spaces
     /// @{
 
@@ -289,13 +324,16 @@ public:
     void NameChanged(ODB::Ref<GeneralAttribute> attribute, const Kest::UniString& oldName) override;
 
 private:
+    class ConflictResolution;
     friend class AttributeIndex;
     friend class AttributeKeyChange;
     friend class AttributeSet;
+    friend class ContainerCopy;
     friend class ContainerFilling;
     friend class GeneralAttribute;
 
     void AttributeChanged(ODB::ConstRef<GeneralAttribute> attribute, const FieldMask& fields) override;
+    int TellMerged(const ODB::Delta& delta);
     int WriteVersion12(Kest::OChannel& channel, const Kest::OutputFrame& frame, short flagFilter) const;
     int ReadVersion12(Kest::IChannel& channel, const Kest::InputFrame& frame);
     int WriteIsolatedStateVersion2(Kest::OChannel& channel) const;
@@ -314,6 +352,7 @@ private:
     int ReadFileAttributes(Kest::IChannel& channel, std::int64_t size);
     void CompleteAttributes();
     int PutNewAttribute(GeneralAttribute* attribute, unsigned int hint, bool touch);
+    static void Overwrite(const ODB::Ref<GeneralAttribute>& target, const ODB::ConstRef<GeneralAttribute>& source);
     ODB::Ref<GeneralAttribute> PutClone(const GeneralAttribute& source, short hint, const Kest::Guid* guid,
                                         ODB::IdSpace* idSpace, bool touch);
     ODB::ObjectInfo* FindRecord(unsigned int index) const noexcept;

@@ -30,7 +30,15 @@ class OutputFrame;
 
 }   // namespace Kest
 
+namespace ODB {
+
+class Delta;
+
+}   // namespace ODB
+
 namespace ADB {
+
+class IAttributeFilter;
 
 /// The attributes of one document: a container for each attribute type, and the five fills that stand for the
 /// document's fill styles.
@@ -80,6 +88,8 @@ public:
     /// The content of a set without its containers.
     class ADB_API IsolatedState : public Lum::Object::IsolatedState {
     public:
+        bool ReturnTo(ODB::Object& object) noexcept override;
+
         Fills fills;
     };
 
@@ -309,6 +319,49 @@ public:
     int Clear();
     /// @}
 
+    /// \name Other sets
+    /// @{
+
+    /// Makes the attributes of this set equal to those of \p source, a set in another id space, by identity: an
+    /// attribute whose id an attribute of the source has takes its content, unless both are of different classes, when
+    /// it stays; one that has no counterpart is deleted; what is new in the source is added under its id, with its
+    /// index and name where those are free, else with free ones. Nobody is told but the observers of the attributes
+    /// deleted. Active attributes are not looked at. \param filter chooses the attributes of the source that take part;
+    /// null: all \param delta receives what was done, besides what is in it: modified, deleted and new attributes and
+    /// their links; may be null. What it refuses to record is not done, and its code returned \returns 0;
+    /// Error::NullArgument; Error::WrongCall, with nothing changed, for a source in this set's id space;
+    /// Error::MemoryFull when an attribute could not be added: the rest of its type is left out then, the other types
+    /// are done, and the delta says what was done; the same when one could not be brought up to date or deleted, which
+    /// stays as it was where its class can take its content back without memory (ODB::Object::IsolatedState::ReturnTo);
+    /// Error::NullArgument, with the rest undone, when an observer deletes either set
+    int Replace(ODB::ConstRef<AttributeSet> source, IAttributeFilter* filter, ODB::Delta* delta);
+
+    /// CopyAttributeTypeToSet of every registered type, going on after failures.
+    /// \returns 0; Error::NullArgument; else the first other code
+    int CopyAttributeSet(ODB::Ref<AttributeSet> target) const;
+
+    /// Replaces the attributes of the type in \p target by copies of this set's, with the same indexes and active
+    /// attribute, in the same order, under fresh ids. The target's observers hear of each that goes (deleted), before
+    /// any goes, of each that comes (created), and of the active attribute, when one was chosen in the source. At last
+    /// the target's container is stamped as brought up to date with the source's newest modification. Onto itself it
+    /// does nothing.
+    /// \returns 0; Error::NullArgument; Error::UnknownType, with nothing changed, when either set lacks the type; as
+    /// NewAttribute, with those before it copied; Error::NullArgument, too, when an observer deletes either set
+    int CopyAttributeTypeToSet(ODB::Ref<AttributeSet> target, short typeId) const;
+
+    /// An attribute of this set that \p attribute may be merged with, see AttributeContainer::FindSimilar; a null
+    /// reference without one, without a container of its kind, or for a null or dead reference.
+    ODB::ConstRef<GeneralAttribute> FindSimilar(ODB::ConstRef<GeneralAttribute> attribute) const;
+
+    /// Merges \p delta into the set's id space (see ODB::MergeDelta: all or nothing) and tells of it: for undo and
+    /// redo, with the deltas of an ODB::ChangeRecorder. Observers hear what they would have heard of edits with that
+    /// result: the set's of each attribute that went (deleted, with the index that it had); then, type by type, of each
+    /// that came (created); of each that changed the attribute's own observers, and through them the set's, with the
+    /// fields that are other now; at last of types whose active attribute is another. Containers observe what came.
+    /// \returns 0; else a code of ODB::MergeDelta, with nothing changed and nobody told
+    int ApplyDelta(const ODB::Delta& delta);
+    /// @}
+
     /// \name User data
     /// For the attributes of every container, as in AttributeContainer.
     /// @{
@@ -354,6 +407,10 @@ public:
     bool CheckInvariants() const;
 
 private:
+    class DeltaAnnouncement;
+    class Replacement;
+    class TypeCopy;
+
     AttributeSet(const AttributeSet& other);
 
     const AttributeContainer* FindContainer(short typeId) const;

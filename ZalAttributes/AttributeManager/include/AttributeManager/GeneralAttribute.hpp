@@ -81,11 +81,18 @@ public:
         IsolatedState() = default;
         explicit IsolatedState(const GeneralAttribute& attribute);
 
+        /// For states of this very class; the state of a kind calls ReturnGeneralPart, then returns its own content.
+        bool ReturnTo(ODB::Object& object) noexcept override;
+
         Kest::UniString name;
         short index = 0;
         short flags = 0;
         int modificationTime = 0;
         RegTblData memo;
+
+    protected:
+        /// Gives name, index, flags, time and user data back to \p attribute, which had them before.
+        void ReturnGeneralPart(GeneralAttribute& attribute) noexcept;
     };
 
     class NotifyDisableGuard;
@@ -338,6 +345,7 @@ private:
     friend class AttributeContainer;
     friend class AttributeKeyChange;
     friend class AttributeSet;
+    friend class AttributeTypeSet;
     friend struct GeneralAttributeTestAccess;
 
     void GenerateNewName();
@@ -349,6 +357,7 @@ private:
     int ReplaceMemo(char** table);
     RegTblData ConvertRegMemo() const;
     void Take(IsolatedState&& content);
+    void TakeFields(IsolatedState&& content) noexcept;
     IsolatedState BeginReading() const;
     void WriteNumbers(Kest::OChannel& channel) const;
     static void ReadNumbers(Kest::IChannel& channel, IsolatedState& content);
