@@ -3,9 +3,13 @@
 #include "Failure.hpp"
 #include "ReproducibleClock.hpp"
 #include "commands/Arguments.hpp"
+#include "commands/CheckCommand.hpp"
 #include "commands/ConvertCommand.hpp"
+#include "commands/DiffCommand.hpp"
+#include "commands/EditCommand.hpp"
 #include "commands/ImportCommand.hpp"
 #include "commands/ListCommand.hpp"
+#include "commands/MergeCommand.hpp"
 #include "commands/RoundtripCommand.hpp"
 #include "output/SafeText.hpp"
 #include "output/Terminal.hpp"
@@ -22,7 +26,8 @@ namespace Host {
 
 namespace {
 
-const Command* const Commands[] = {&ListCommand, &ImportCommand, &ConvertCommand, &RoundtripCommand};
+const Command* const Commands[] = {&ListCommand, &ImportCommand, &ConvertCommand, &RoundtripCommand,
+                                   &DiffCommand, &CheckCommand,  &EditCommand,    &MergeCommand};
 
 std::string GetHelp() {
     std::string help = R"(Usage: zalattributes COMMAND ...

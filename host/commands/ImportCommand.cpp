@@ -51,11 +51,7 @@ ExitCode RunImport(std::span<const std::string> given, std::ostream& out, std::o
     const Arguments arguments(given, Options, Name);
     if (arguments.GetFiles().empty())
         throw Failure("no file is given to import" + TryHelp(Name));
-    if (!arguments.Has("--out"))
-        throw Failure("option --out says where the set is saved, and is missing" + TryHelp(Name));
-    const std::string path = arguments.Get("--out", "");
-    const Target target{path, IsStorePath(path) ? CurrentStream : SetForm::Xml};
-    return ReadAndSave(Name, arguments.GetFiles(), target, out, notes, progress);
+    return ReadAndSave(Name, arguments.GetFiles(), GetTarget(arguments), out, notes, progress);
 }
 
 }   // namespace

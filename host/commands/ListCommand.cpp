@@ -1,14 +1,13 @@
 #include "ListCommand.hpp"
 
 #include "Arguments.hpp"
+#include "Choice.hpp"
 #include "ListHelp.hpp"
 #include "Session.hpp"
 #include "SortRules.hpp"
 #include "import/FileImport.hpp"
 #include "output/ListWriter.hpp"
-#include "output/SafeText.hpp"
 
-#include <algorithm>
 #include <memory>
 #include <new>
 #include <string>
@@ -25,45 +24,10 @@ constexpr std::string_view Name = "list";
 constexpr Option Options[] = {{"--type", "KIND"},   {"--sort", "KEY"}, {"--extension", "TEXT"},
                               {"--format", "FORM"}, {"--all", ""},     {"--help", ""}};
 
-template <class Value>
-struct Choice {
-    std::string_view word;
-    Value value;
-};
-
 constexpr Choice<SortKey> SortKeys[] = {
     {"index", SortKey::Index}, {"name", SortKey::Name}, {"extension", SortKey::Extension}};
 constexpr Choice<ListFormat> Formats[] = {
     {"table", ListFormat::Table}, {"tsv", ListFormat::Tsv}, {"json", ListFormat::Json}};
-
-template <class Value>
-Value Choose(std::span<const Choice<Value>> choices, const Arguments& arguments, std::string_view option) {
-    const std::string word = arguments.Get(option, choices.front().word);
-    const auto found = std::ranges::find(choices, std::string_view(word), &Choice<Value>::word);
-    if (found != choices.end())
-        return found->value;
-    std::string words;
-    for (const Choice<Value>& choice : choices)
-        words += (words.empty() ? "" : ", ") + std::string(choice.word);
-    throw Failure(std::string(option) + " cannot be '" + EscapeForMessage(word) + "': use one of " + words);
-}
-
-std::string GetKindNames() {
-    std::string names;
-    for (const KindEntry& kind : GetKinds())
-        names += (names.empty() ? "" : ", ") + std::string(kind.record.name);
-    return names;
-}
-
-const KindEntry* ChooseKind(const Arguments& arguments) {
-    if (!arguments.Has("--type"))
-        return nullptr;
-    const std::string name = arguments.Get("--type", "");
-    const KindEntry* const kind = FindKind(name);
-    if (kind == nullptr)
-        throw Failure("there is no kind '" + EscapeForMessage(name) + "': use one of " + GetKindNames());
-    return kind;
-}
 
 struct ListOptions {
     explicit ListOptions(const Arguments& arguments)

@@ -8,6 +8,7 @@
 #include "kinds/KindTable.hpp"
 #include "output/SafeText.hpp"
 
+#include <algorithm>
 #include <vector>
 
 namespace Host {
@@ -34,43 +35,66 @@ void WriteCounts(const SetRef& set, const Target& target, std::ostream& out) {
         << lines;
 }
 
-void CheckLosses(const FileImporter& importer, const Target& target, const std::vector<std::string>& losses) {
-    if (!losses.empty() && importer.IsInput(target.path))
+// Throws when an input would not survive being saved over.
+void CheckLosses(std::span<const FileImporter* const> importers, const Target& target,
+                 const std::vector<std::string>& losses) {
+    const bool isInput = std::ranges::any_of(
+        importers, [&target](const FileImporter* importer) { return importer->IsInput(target.path); });
+    if (isInput && !losses.empty())
         throw Failure(EscapeForMessage(target.path) + ": what is in it would not all be kept in the form " +
                       NameOf(target.form) + " (" + losses.front() + "): choose another target");
 }
 
 }   // namespace
 
-ExitCode ReadAndSave(std::string_view command, std::span<const std::string> inputs, const Target& target,
-                     std::ostream& out, std::ostream& notes, Progress& progress) {
-    const bool isSameDocument = inputs.size() == 1;   // what is merged is a new one
-    const Session session(isSameDocument ? FindStoredSetId(inputs.front()) : Kest::Guid());
-    const SetRef set = session.GetSet();
-    FileImporter importer(session.GetSet());
-    progress.Begin(command, inputs.size() + 2);
-    for (const std::string& input : inputs) {
-        importer.Import(input);
-        progress.Step(CountAttributes(set));
-    }
-    importer.CheckTarget(target.path);
+Target GetTarget(const Arguments& arguments) {
+    if (!arguments.Has("--out"))
+        throw Failure("option --out says where the set is saved, and is missing" + TryHelp(arguments.GetCommand()));
+    const std::string path = arguments.Get("--out", "");
+    return {path, IsStorePath(path) ? CurrentStream : SetForm::Xml};
+}
+
+ExitCode Save(const SetRef& set, std::span<const FileImporter* const> importers, const Target& target,
+              std::string_view report, std::ostream& out, std::ostream& notes, Progress& progress) {
+    for (const FileImporter* const importer : importers)
+        importer->CheckTarget(target.path);
     const std::vector<std::string> losses = FindLosses(set, target.form);
-    CheckLosses(importer, target, losses);
+    CheckLosses(importers, target, losses);
     progress.Step(CountAttributes(set));
 
     std::vector<std::string> saveNotes;
     WriteDocument(set, target.path, target.form, saveNotes);
     progress.Erase();
+    out << report;
     WriteCounts(set, target, out);
-    for (const std::vector<std::string>* const lines : {&importer.GetNotes(), &std::as_const(saveNotes)})
-        for (const std::string& line : *lines)
-            notes << line << '\n';
+    bool isWhole = losses.empty();
+    for (const FileImporter* const importer : importers) {
+        for (const std::string& note : importer->GetNotes())
+            notes << note << '\n';
+        isWhole = isWhole && !importer->HasLosses();
+    }
+    for (const std::string& note : saveNotes)
+        notes << note << '\n';
     for (const std::string& loss : losses)
         notes << EscapeForMessage(target.path) << ": lost: " << loss << '\n';
     if (!out.flush())
         throw Failure(EscapeForMessage(target.path) + ": it is saved, but standard output cannot be written: check " +
                       "where that goes and that there is room");
-    return losses.empty() && !importer.HasLosses() ? Done : Findings;
+    return isWhole ? Done : Findings;
+}
+
+ExitCode ReadAndSave(std::string_view command, std::span<const std::string> inputs, const Target& target,
+                     std::ostream& out, std::ostream& notes, Progress& progress) {
+    const bool isSameDocument = inputs.size() == 1;   // what is merged is a new one
+    const Session session(isSameDocument ? FindStoredSetId(inputs.front()) : Kest::Guid());
+    FileImporter importer(session.GetSet());
+    progress.Begin(command, inputs.size() + 2);
+    for (const std::string& input : inputs) {
+        importer.Import(input);
+        progress.Step(CountAttributes(session.GetSet()));
+    }
+    const FileImporter* const importers[] = {&importer};
+    return Save(session.GetSet(), importers, target, {}, out, notes, progress);
 }
 
 }   // namespace Host

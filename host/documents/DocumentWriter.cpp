@@ -64,4 +64,16 @@ void WriteDocument(const SetRef& set, const std::string& path, SetForm form, std
         WriteStore(set, form, location, shownPath);
 }
 
+void WriteTextFile(std::string_view text, const std::string& path) {
+    const IO::Location location(Kest::UniString::FromUtf8(path));
+    if (location.IsEmpty())
+        throw Failure("the name of a file is empty: name one");
+    IO::FileSave save(location);
+    int status = save.Write(text.data(), text.size());
+    if (status == 0)
+        status = save.Finish();
+    if (status != 0)
+        Refuse(EscapeForMessage(path), save.GetProblem(), status);
+}
+
 }   // namespace Host

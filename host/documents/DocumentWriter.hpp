@@ -3,6 +3,7 @@
 #include "SetForm.hpp"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <ODB/Ref.hpp>
@@ -16,5 +17,8 @@ namespace Host {
 /// \throws Failure when it cannot be saved
 void WriteDocument(const ODB::ConstRef<ADB::AttributeSet>& set, const std::string& path, SetForm form,
                    std::vector<std::string>& notes);
+
+/// Saves \p text as the file \p path (UTF-8), in the same manner.
+void WriteTextFile(std::string_view text, const std::string& path);
 
 }   // namespace Host

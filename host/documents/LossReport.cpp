@@ -4,6 +4,7 @@
 #include "MemoryTrip.hpp"
 #include "Session.hpp"
 #include "StatusText.hpp"
+#include "UserDataRecord.hpp"
 #include "kinds/KindTable.hpp"
 #include "output/SafeText.hpp"
 

@@ -1,9 +1,10 @@
 #include "ReportText.hpp"
 
+#include "AttributeText.hpp"
 #include "kinds/KindTable.hpp"
 #include "output/SafeText.hpp"
 
-#include <algorithm>
+#include <Kest/UniqueName.hpp>
 
 namespace Host {
 
@@ -11,17 +12,19 @@ namespace {
 
 using ADB::ReadReport;
 
-std::string Quoted(const Kest::UniString& name) {
-    return '"' + ReplaceControls(name) + '"';
-}
-
 // "Layer 3 "Wall"", as far as it is known.
 std::string TextOfAttribute(const ReadReport::Entry& entry) {
     const KindEntry* const kind = FindKind(entry.refId);
     std::string text = kind != nullptr ? kind->record.name : "attribute";
     if (entry.index != 0)
         text += ' ' + std::to_string(entry.index);
-    return text + (entry.name.IsEmpty() ? std::string() : ' ' + Quoted(entry.name));
+    return text + (entry.name.IsEmpty() ? std::string() : ' ' + QuoteForPeople(entry.name));
+}
+
+// "Layer: ", when the kind is known.
+std::string TextOfKind(unsigned int refId) {
+    const KindEntry* const kind = FindKind(refId);
+    return kind != nullptr ? std::string(kind->record.name) + ": " : std::string();
 }
 
 std::string TextOfSkippedFrame(const ReadReport::Entry& entry) {
@@ -42,13 +45,14 @@ std::string TextOf(const ReadReport::Entry& entry) {
     case ReadReport::TypeSkipped:
         return "attributes of an unknown kind (" + ReplaceControls(entry.name) + ") were not read";
     case ReadReport::AttributeRenamed:
-        return TextOfAttribute(entry) + " is called " + Quoted(entry.newName) + " now: its name was taken";
+        return TextOfAttribute(entry) + " is called " + QuoteForPeople(entry.newName) + " now: its name was " +
+               (Kest::ContainsNonWhitespace(entry.name) ? "taken" : "blank");
     case ReadReport::AttributeRenumbered:
         return TextOfAttribute(entry) + " has the index " + std::to_string(entry.newIndex) + " now: its own was taken";
     case ReadReport::RecordDropped:
         return TextOfAttribute(entry) + " could not be kept";
     case ReadReport::ReferenceWithoutTarget:
-        return "the active attribute " + ReplaceControls(entry.name) + " is not there";
+        return TextOfKind(entry.refId) + "the active attribute " + ReplaceControls(entry.name) + " is not there";
     case ReadReport::FlagsMissing:
         return TextOfAttribute(entry) + " has no flags";
     case ReadReport::FileMissing:
@@ -62,10 +66,8 @@ std::string TextOf(const ReadReport::Entry& entry) {
     return "something was not read as it was stored";
 }
 
-bool HasLosses(const ReadReport& report) {
-    return report.IsIncomplete() || std::ranges::any_of(report.GetEntries(), [](const ReadReport::Entry& entry) {
-               return entry.kind != ReadReport::SavePending;
-           });
+bool IsLoss(const ReadReport::Entry& entry) noexcept {
+    return entry.kind != ReadReport::SavePending;
 }
 
 }   // namespace Host

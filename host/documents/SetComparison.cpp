@@ -1,15 +1,13 @@
 #include "SetComparison.hpp"
 
+#include "AttributeText.hpp"
 #include "Session.hpp"
+#include "SetFills.hpp"
+#include "UserDataRecord.hpp"
 #include "kinds/KindTable.hpp"
-#include "output/SafeText.hpp"
 
-#include <algorithm>
-#include <cstring>
 #include <new>
 #include <utility>
-
-#include <Kest/MemoryHandle.hpp>
 
 namespace Host {
 
@@ -18,37 +16,6 @@ namespace {
 using ADB::AttributeSet;
 using ADB::GeneralAttribute;
 using SetRef = ODB::ConstRef<AttributeSet>;
-
-// A record of user data.
-class UserDataRecord {
-public:
-    UserDataRecord(const GeneralAttribute& attribute, const ZalUtil::Owner& owner) {
-        if (attribute.GetUserData(owner.id1, owner.id2, &platform, &version, &flags, &data) != 0)
-            throw std::bad_alloc();
-    }
-    ~UserDataRecord() { BMKillHandle(&data); }
-    UserDataRecord(const UserDataRecord&) = delete;
-    UserDataRecord& operator=(const UserDataRecord&) = delete;
-
-    short GetVersion() const noexcept { return version; }
-
-    // Whether both are there or neither, and all but the versions is equal.
-    bool HasSameContent(const UserDataRecord& other) const {
-        if (data == nullptr || other.data == nullptr)
-            return data == other.data;
-        const std::size_t size = GetSize();
-        return platform == other.platform && flags == other.flags && size == other.GetSize() &&
-               (size == 0 || std::memcmp(*data, *other.data, size) == 0);
-    }
-
-private:
-    std::size_t GetSize() const { return static_cast<std::size_t>(BMGetHandleSize(data)); }
-
-    unsigned short platform = 0;
-    short version = 0;
-    unsigned int flags = 0;
-    char** data = nullptr;
-};
 
 // The comparison of one kind.
 class KindComparison {
@@ -171,7 +138,7 @@ std::string TextOf(const Difference& difference) {
     const KindEntry* const kind = FindKind(difference.refId);
     std::string text = kind != nullptr ? kind->record.name : "set";
     if (difference.index != 0)
-        text += ' ' + std::to_string(difference.index) + " \"" + ReplaceControls(difference.name) + '"';
+        text = TextOfAttribute(difference.refId, difference.index, difference.name);
     text += ": " + NameOf(difference.aspect);
     return difference.detail.empty() ? text : text + " (" + difference.detail + ')';
 }
@@ -184,18 +151,10 @@ std::vector<Difference> CompareAttributes(const SetRef& original, const SetRef& 
 }
 
 std::vector<Difference> CompareFills(const SetRef& original, const SetRef& copy) {
-    const auto fillsOf = [](const SetRef& set) {
-        return std::vector<std::pair<const char*, short>>{{"solid", set->GetSolidFill()},
-                                                          {"empty", set->GetEmptyFill()},
-                                                          {"25 %", set->GetPercentFill(AttributeSet::PercentFill25)},
-                                                          {"50 %", set->GetPercentFill(AttributeSet::PercentFill50)},
-                                                          {"75 %", set->GetPercentFill(AttributeSet::PercentFill75)}};
-    };
-    const auto fills = fillsOf(original), otherFills = fillsOf(copy);
     std::vector<Difference> differences;
-    for (std::size_t i = 0; i < fills.size(); ++i)
-        if (fills[i].second != otherFills[i].second)
-            differences.push_back({.aspect = Aspect::Fill, .detail = fills[i].first});
+    for (const SetFill& fill : SetFills)
+        if (fill.get(*original) != fill.get(*copy))
+            differences.push_back({.aspect = Aspect::Fill, .detail = fill.name});
     return differences;
 }
 
@@ -206,17 +165,6 @@ short GetActiveIndex(const SetRef& set, unsigned int refId) {
         throw std::bad_alloc();
     const ODB::ConstRef<GeneralAttribute> active = state.activeAttribute;
     return active ? active->GetIndex() : short{0};
-}
-
-std::string TextOf(const ZalUtil::Owner& owner) {
-    const auto codeText = [](unsigned int code) {
-        std::string text;
-        for (int shift = 24; shift >= 0; shift -= 8)
-            text += static_cast<char>(code >> shift & 0xFF);
-        const bool isText = std::ranges::all_of(text, [](char c) { return c > ' ' && c < 0x7F; });
-        return isText ? text : Kest::UniString::Printf("0x%08x", code).ToCStr();
-    };
-    return codeText(owner.id1) + '/' + codeText(owner.id2);
 }
 
 }   // namespace Host

@@ -52,7 +52,4 @@ std::vector<Difference> CompareFills(const ODB::ConstRef<ADB::AttributeSet>& ori
 /// The index of the attribute that was chosen as the active one of the kind, 0 when none was.
 short GetActiveIndex(const ODB::ConstRef<ADB::AttributeSet>& set, unsigned int refId);
 
-/// The owner as its two four-character codes, "HOST/LAYR", or in hexadecimal where they are none.
-std::string TextOf(const ZalUtil::Owner& owner);
-
 }   // namespace Host

@@ -86,19 +86,32 @@ std::filesystem::path PathOfDocument(const std::string& path) {
 
 template <class Content>
 void FileImporter::Take(const std::string& shownPath, const Content& content) {
-    for (const ReadWarning& warning : content.warnings)
+    for (const ReadWarning& warning : content.warnings) {
         notes.push_back(shownPath + At(warning.line) + ": " + warning.message);
+        findings.push_back((warning.line != 0 ? "line " + std::to_string(warning.line) + ": " : "") + warning.message);
+    }
     NoteLosses(content, shownPath, notes);
     ImportCounts counts;
     if (isFirst) {
-        counts = ImportInto(content, set);
+        counts = Fill(content, set);
     } else {
         const ScratchSet scratch;
-        ImportInto(content, scratch.GetSet());
+        Fill(content, scratch.GetSet());
         counts = MergeSet(scratch.GetSet(), set);
     }
     isFirst = false;
     notes.push_back(shownPath + ": " + TextOf(counts));
+}
+
+// The names that had to be made unique are not in the notes, which count them.
+template <class Content>
+ImportCounts FileImporter::Fill(const Content& content, const ODB::Ref<ADB::AttributeSet>& target) {
+    ADB::ReadReport report;
+    const ADB::ReadReport::Scope scope(report);
+    const ImportCounts counts = ImportInto(content, target);
+    for (const ADB::ReadReport::Entry& entry : report.GetEntries())
+        findings.push_back(TextOf(entry));
+    return counts;
 }
 
 void FileImporter::TakeDocument(const std::string& shownPath,
@@ -118,16 +131,23 @@ void FileImporter::TakeDocument(const std::string& shownPath,
         counts = MergeSet(scratch.GetSet(), set);
     }
     isFirst = false;
-    for (const ADB::ReadReport::Entry& entry : report.GetEntries())
+    const std::size_t firstFinding = findings.size();
+    for (const ADB::ReadReport::Entry& entry : report.GetEntries()) {
         notes.push_back(shownPath + ": " + TextOf(entry));
-    if (Host::HasLosses(report))
-        inputs.back().loss = report.GetEntries().IsEmpty() ? "memory ran out" : TextOf(report.GetEntries().GetFirst());
+        if (IsLoss(entry))
+            findings.push_back(TextOf(entry));
+    }
+    if (report.IsIncomplete())
+        findings.push_back("memory ran out");
+    if (findings.size() != firstFinding)
+        inputs.back().loss = findings[firstFinding];
+    inputs.back().isDocument = true;
     notes.push_back(shownPath + ": " + TextOf(counts));
 }
 
 void FileImporter::Import(const std::string& path) {
     const std::string shownPath = EscapeForMessage(path);
-    inputs.push_back({.path = path, .loss = {}});
+    inputs.push_back({.path = path, .isDocument = false, .loss = {}});
     try {
         if (IsDocumentFolder(path))
             return TakeDocument(shownPath, [&](const auto& target) { ReadDocuments(path, target, notes); });
@@ -151,6 +171,10 @@ bool FileImporter::HasLosses() const noexcept {
     return std::ranges::any_of(inputs, [](const Input& input) { return !input.loss.empty(); });
 }
 
+bool FileImporter::AreDocuments() const noexcept {
+    return std::ranges::all_of(inputs, &Input::isDocument);
+}
+
 const FileImporter::Input* FileImporter::FindInput(const std::string& path) const {
     const auto found = std::ranges::find_if(inputs, [&path](const Input& input) {
         std::error_code error;
@@ -168,6 +192,14 @@ void FileImporter::CheckTarget(const std::string& path) const {
     if (input != nullptr && !input->loss.empty())
         throw Failure(EscapeForMessage(path) + ": it was not read whole and is not saved over (" + input->loss +
                       "): choose another target");
+}
+
+bool IsPartOf(const std::string& path, const std::string& document) {
+    std::error_code error;
+    const std::filesystem::path file =
+        std::filesystem::weakly_canonical(std::u8string(path.begin(), path.end()), error);
+    const std::filesystem::path place = std::filesystem::weakly_canonical(PathOfDocument(document), error);
+    return file == place || (file.parent_path() == place && file.extension() == ".xml");
 }
 
 std::size_t CountAttributes(const ODB::ConstRef<ADB::AttributeSet>& set) {

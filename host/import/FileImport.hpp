@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Failure.hpp"
+#include "ImportCounts.hpp"
 
 #include <cstddef>
 #include <functional>
@@ -25,8 +26,7 @@ public:
 
     /// \param path  UTF-8
     /// \throws Failure when the input cannot be read, is none of these, is damaged or holds too much; the set may hold
-    /// a
-    ///         part of it then
+    /// a part of it then
     void Import(const std::string& path);
 
     /// One line each, for the user: what was odd in the files, what was not kept, and what became of the attributes.
@@ -34,6 +34,13 @@ public:
 
     /// Whether documents were not read whole.
     bool HasLosses() const noexcept;
+
+    /// What was wrong in the inputs, and what was mended or passed over on reading: a part of the notes, without the
+    /// names of the inputs, and the attributes of drawings and libraries whose names had to be made unique.
+    const std::vector<std::string>& GetFindings() const noexcept { return findings; }
+
+    /// Whether all inputs were documents or stores, whose attributes have modification times of their own.
+    bool AreDocuments() const noexcept;
 
     /// Whether \p path is one of the inputs.
     bool IsInput(const std::string& path) const;
@@ -44,11 +51,14 @@ public:
 private:
     struct Input {
         std::string path;
+        bool isDocument;    // or a store
         std::string loss;   // the first thing that was not read as it was stored, empty when there was none
     };
 
     template <class Content>
     void Take(const std::string& shownPath, const Content& content);
+    template <class Content>
+    ImportCounts Fill(const Content& content, const ODB::Ref<ADB::AttributeSet>& target);
     void TakeDocument(const std::string& shownPath,
                       const std::function<void(const ODB::Ref<ADB::AttributeSet>&)>& read);
     const Input* FindInput(const std::string& path) const;
@@ -56,8 +66,12 @@ private:
     ODB::Ref<ADB::AttributeSet> set;
     bool isFirst = true;
     std::vector<std::string> notes;
+    std::vector<std::string> findings;
     std::vector<Input> inputs;
 };
+
+/// Whether the file \p path is the input or target \p document, or one of its documents when that is a folder.
+bool IsPartOf(const std::string& path, const std::string& document);
 
 /// How many attributes \p set holds.
 std::size_t CountAttributes(const ODB::ConstRef<ADB::AttributeSet>& set);

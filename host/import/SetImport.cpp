@@ -18,6 +18,8 @@
 #include <utility>
 #include <vector>
 
+#include <AttributeManager/ReadReport.hpp>
+
 namespace Host {
 
 namespace {
@@ -76,8 +78,14 @@ public:
         attribute.SetName(std::u16string_view(name));
         if (set->NewAttribute(typeId, &attribute, false, true) != 0)
             throw std::bad_alloc();
-        const bool keptName = set.GetConst()->GetAttributeName(typeId, attribute.GetIndex()) == name;
+        const bool keptName = attribute.GetName() == name;
         ++(keptName ? counts.added : counts.renamed);
+        if (!keptName)
+            ADB::ReadReport::Add({.kind = ADB::ReadReport::AttributeRenamed,
+                                  .refId = attribute.GetAttributeTypeId(),
+                                  .name = std::u16string_view(name),
+                                  .newName = attribute.GetName(),
+                                  .index = attribute.GetIndex()});
         return attribute.GetIndex();
     }
 

@@ -1,5 +1,7 @@
 #include "SetMerge.hpp"
 
+#include "NewIndexTable.hpp"
+#include "SameContent.hpp"
 #include "Session.hpp"
 #include "kinds/FieldText.hpp"
 #include "kinds/KindTable.hpp"
@@ -14,30 +16,12 @@
 #include <Kest/UniqueName.hpp>
 
 #include <AttributeManager/GeneralAttribute.hpp>
-#include <AttributeManager/IAttributeNewIndexTable.hpp>
 
 namespace Host {
 
 namespace {
 
 using ADB::GeneralAttribute;
-
-struct DisposeTable {
-    void operator()(ADB::IAttributeNewIndexTable* table) const { DisposeAttributeNewIndexTable(&table); }
-};
-
-// Equal in everything but what may differ between an attribute and the stored one that stands for it.
-bool HasSameContent(const GeneralAttribute& one, const ODB::ConstRef<GeneralAttribute>& other) {
-    FieldMask differing = one.Compare(other);
-    const int differingFlags = one.GetFlags() ^ other->GetFlags();
-    const Kest::Guid general = GeneralAttribute::GetFieldClassId();
-    for (const int field :
-         {GeneralAttribute::NameField, GeneralAttribute::IndexField, GeneralAttribute::ModificationTimeField})
-        differing.Clear(FieldMask::FieldIdx2FieldId(general, field));
-    if ((differingFlags & ~GeneralAttribute::ClientCreated) == 0)
-        differing.Clear(FieldMask::FieldIdx2FieldId(general, GeneralAttribute::FlagsField));
-    return differing.IsEmpty();
-}
 
 // The attributes of one type with a numbered name, by stem and content.
 class NumberedAttributes {
@@ -85,7 +69,7 @@ public:
             target.GetConst()->GetConstAttribute(typeId, attribute.GetName());
         if (!stored)
             return Store(attribute, counts.added);
-        if (!attribute.CheckAttribute() || HasSameContent(attribute, stored)) {
+        if (!attribute.CheckAttribute() || HasSameContent(attribute, *stored)) {
             ++counts.reused;
             return stored->GetIndex();
         }
@@ -100,7 +84,7 @@ private:
             numbered.emplace(target, typeId);
         const short like = numbered->Find(attribute);
         const ODB::ConstRef<GeneralAttribute> found = target.GetConst()->GetConstAttribute(typeId, like);
-        if (found && HasSameContent(attribute, found)) {
+        if (found && HasSameContent(attribute, *found)) {
             ++counts.reused;
             return like;
         }
@@ -136,9 +120,7 @@ private:
 }   // namespace
 
 ImportCounts MergeSet(const ODB::ConstRef<ADB::AttributeSet>& source, const ODB::Ref<ADB::AttributeSet>& target) {
-    const std::unique_ptr<ADB::IAttributeNewIndexTable, DisposeTable> newIndexes(CreateAttributeNewIndexTable());
-    if (newIndexes == nullptr)
-        throw std::bad_alloc();
+    const NewIndexTable newIndexes = TakeNewIndexTable(CreateAttributeNewIndexTable());
     ImportCounts counts;
     for (const KindEntry* const kind : GetKindsInReferenceOrder()) {
         const short typeId = TypeIdOf(kind->record.refId);

@@ -78,6 +78,10 @@ public:
     /// Calls \p call with the name of each of these fields that differs in \p other, which is of the same kind.
     virtual void VisitDifferingFields(const KindBase& other, const std::function<void(const char*)>& call) const = 0;
 
+    /// Makes each reference, to attribute `index` of the kind with ref id `refId`, for which \p isGone holds a
+    /// reference to none. Announces the fields that change.
+    virtual void ClearReferences(const std::function<bool(unsigned int refId, short index)>& isGone) = 0;
+
 protected:
     using GeneralAttribute::GeneralAttribute;
 };
@@ -88,6 +92,13 @@ class Kind : public KindBase {
 public:
     class IsolatedState : public ADB::GeneralAttribute::IsolatedState {
     public:
+        bool ReturnTo(ODB::Object& object) noexcept override {
+            auto& attribute = static_cast<Kind&>(object);
+            ReturnGeneralPart(attribute);
+            attribute.Take(std::move(fields));
+            return true;
+        }
+
         FieldStruct fields;
     };
 
@@ -178,6 +189,7 @@ public:
 
     void VisitFields(FieldVisitor& visitor) const override { Host::VisitFields(fields, visitor); }
     void VisitDifferingFields(const KindBase& other, const std::function<void(const char*)>& call) const override;
+    void ClearReferences(const std::function<bool(unsigned int refId, short index)>& isGone) override;
 
 protected:
     Kind(const Kind& other) = default;
@@ -204,6 +216,18 @@ private:
     static int ReadOwn(Kest::XMLIChannel& channel, FieldStruct& target);
     static void ReportSkipped(Kest::ClassVersion version);
     int WriteFrame(Kest::OChannel& channel, int generalStatus) const;
+
+    // Hands every reference to `change`, which may replace it, and announces the fields that are other then.
+    template <class Change>
+    void ChangeReferences(Change&& change) {
+        FieldStruct changed(fields);
+        ForEachReference(changed, change);
+        const FieldMask differing = DifferenceFrom(changed);
+        if (differing.IsEmpty())
+            return;
+        Take(std::move(changed));
+        this->NotifyObservers(&differing);
+    }
 
     FieldMask DifferenceFrom(const FieldStruct& others) const {
         FieldMask differing;
@@ -364,17 +388,19 @@ void Kind<Derived, FieldStruct>::ReindAttr(ADB::IAttributeNewIndexTable* table) 
     const ADB::IAttributeRegister* const kinds = GetAttributeRegister();
     if (table == nullptr || kinds == nullptr)
         return;
-    FieldStruct reindexed(fields);
-    ForEachReference(reindexed, [&](unsigned int refId, short& reference) {
+    ChangeReferences([&](unsigned int refId, short& reference) {
         const short newIndex = GetNewAttributeIndex(table, kinds->GetTypeIdByRefId(refId), reference);
         if (newIndex != 0)
             reference = newIndex;
     });
-    const FieldMask changed = DifferenceFrom(reindexed);
-    if (changed.IsEmpty())
-        return;
-    Take(std::move(reindexed));
-    this->NotifyObservers(&changed);
+}
+
+template <class Derived, HasFields FieldStruct>
+void Kind<Derived, FieldStruct>::ClearReferences(const std::function<bool(unsigned int refId, short index)>& isGone) {
+    ChangeReferences([&isGone](unsigned int refId, short& reference) {
+        if (reference != 0 && isGone(refId, reference))
+            reference = 0;
+    });
 }
 
 template <class Derived, HasFields FieldStruct>

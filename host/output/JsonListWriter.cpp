@@ -30,29 +30,9 @@ void JsonListWriter::Finish() {
     out << (isEmpty ? "{}\n" : "\n}\n");
 }
 
-void JsonListWriter::BeginField(const char* name, bool) {
+void JsonListWriter::BeginField(const char* name, bool isDetail) {
     out << ", \"" << name << "\": ";
-    valueSeparator = {};
-}
-
-std::ostream& JsonListWriter::BeginValue() {
-    return out << std::exchange(valueSeparator, ", ");
-}
-
-void JsonListWriter::Integer(int value) {
-    BeginValue() << value;
-}
-
-void JsonListWriter::Real(double value) {
-    BeginValue() << NumberText(value);
-}
-
-void JsonListWriter::Boolean(bool value) {
-    BeginValue() << (value ? "true" : "false");
-}
-
-void JsonListWriter::Text(const Kest::UniString& value) {
-    BeginValue() << QuoteForJson(value);
+    FieldValueWriter::BeginField(name, isDetail);
 }
 
 void JsonListWriter::Reference(unsigned int refId, short index) {
@@ -60,24 +40,6 @@ void JsonListWriter::Reference(unsigned int refId, short index) {
     if (!attribute)
         return Absent();
     BeginValue() << QuoteForJson(attribute->GetName());
-}
-
-void JsonListWriter::Absent() {
-    BeginValue() << "null";
-}
-
-void JsonListWriter::BeginList() {
-    BeginValue() << '[';
-    valueSeparator = {};
-}
-
-void JsonListWriter::BeginRecord() {
-    BeginList();
-}
-
-void JsonListWriter::End() {
-    out << ']';
-    valueSeparator = ", ";
 }
 
 }   // namespace Host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FieldValueWriter.hpp"
 #include "ListWriter.hpp"
 
 #include <ostream>
@@ -13,9 +14,11 @@ namespace Host {
 
 /// An object with an array per kind, by the kind's name; an object per attribute and line, with all its fields. A
 /// reference is the name of the attribute, a record in a list an array, no value null.
-class JsonListWriter final : public ListWriter, private FieldVisitor {
+class JsonListWriter final : public ListWriter, private FieldValueWriter {
 public:
-    JsonListWriter(std::ostream& output, const ODB::ConstRef<ADB::AttributeSet>& listed) : out(output), set(listed) {}
+    JsonListWriter(std::ostream& output, const ODB::ConstRef<ADB::AttributeSet>& listed)
+        : FieldValueWriter(output),
+          set(listed) {}
 
     void BeginKind(const KindEntry& kind, std::size_t count) override;
     void Write(const KindBase& attribute) override;
@@ -24,24 +27,11 @@ public:
 
 private:
     void BeginField(const char* name, bool isDetail) override;
-    void Integer(int value) override;
-    void Real(double value) override;
-    void Boolean(bool value) override;
-    void Text(const Kest::UniString& value) override;
     void Reference(unsigned int refId, short index) override;
-    void Absent() override;
-    void BeginList() override;
-    void BeginRecord() override;
-    void End() override;
 
-    // What comes before a value: nothing behind a name or at the front of a list, a comma elsewhere.
-    std::ostream& BeginValue();
-
-    std::ostream& out;
     ODB::ConstRef<ADB::AttributeSet> set;
     std::string_view kindSeparator = "{\n";
     std::string_view attributeSeparator;
-    std::string_view valueSeparator;
 };
 
 }   // namespace Host

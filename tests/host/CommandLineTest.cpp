@@ -1,4 +1,4 @@
-#include "CommandLine.hpp"
+#include "CommandLineFixture.hpp"
 #include "ReaderSamples.hpp"
 
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -18,61 +19,13 @@
 
 namespace {
 
+using HostTests::CommandLineTest;
+using HostTests::DrawingWith;
+using HostTests::LayerTable;
+using HostTests::LineTypeTable;
+using HostTests::Outcome;
+using HostTests::RunCommand;
 using HostTests::Sample;
-
-struct Outcome {
-    int code = 0;
-    std::string out;
-    std::string err;
-};
-
-Outcome RunCommand(const std::vector<std::string>& arguments) {
-    std::ostringstream out, err;
-    const int code = Host::RunCommandLine(arguments, out, err);
-    return {code, out.str(), err.str()};
-}
-
-// A drawing in the version that has UTF-8 texts.
-std::string DrawingWith(const std::string& tables) {
-    return "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1021\n0\nENDSEC\n0\nSECTION\n2\nTABLES\n" + tables +
-           "0\nENDSEC\n0\nEOF\n";
-}
-
-std::string LayerTable(const std::vector<std::string>& names, const std::string& lineType = "CONTINUOUS") {
-    std::string table = "0\nTABLE\n2\nLAYER\n70\n1\n";
-    for (const std::string& name : names)
-        table += "0\nLAYER\n2\n" + name + "\n70\n4\n62\n-7\n6\n" + lineType + "\n";
-    return table + "0\nENDTAB\n";
-}
-
-constexpr char LineTypeTable[] = "0\nTABLE\n2\nLTYPE\n70\n1\n0\nLTYPE\n2\nDashed\n70\n0\n3\n__ __\n72\n65\n73\n2\n40\n"
-                                 "1.5\n49\n1.0\n49\n-.50\n0\nENDTAB\n";
-
-class CommandLineTest : public testing::Test {
-protected:
-    CommandLineTest() {
-        std::filesystem::remove_all(folder);
-        std::filesystem::create_directories(folder);
-    }
-    ~CommandLineTest() override { std::filesystem::remove_all(folder); }
-
-    std::string Write(const std::string& name, const std::string& bytes) const {
-        const std::filesystem::path path = folder / name;
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path.string();
-    }
-
-    std::string Path(const std::string& name) const { return (folder / name).string(); }
-
-    static std::string Bytes(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    const std::filesystem::path folder =
-        std::filesystem::path(testing::TempDir()) /
-        ("CommandLineTest." + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
-};
 
 TEST_F(CommandLineTest, TsvHasExactlyTheseColumns) {
     const std::string drawing = Write("a.dxf", DrawingWith(LineTypeTable + LayerTable({"Wall"}, "DASHED")));
@@ -342,15 +295,49 @@ TEST_F(CommandLineTest, FilesAreKnownByTheirContentToo) {
     std::filesystem::current_path(before);
 }
 
+// Those that the general help lists.
+std::vector<std::string> Commands() {
+    std::vector<std::string> commands;
+    const std::string help = RunCommand({"--help"}).out;
+    std::istringstream lines(help.substr(help.find("Commands:\n")));
+    std::string line;
+    std::getline(lines, line);
+    while (std::getline(lines, line) && line.starts_with("  "))
+        commands.push_back(line.substr(2, line.find(' ', 2) - 2));
+    return commands;
+}
+
+// "\-\-out" for "--out".
+std::string InManual(const std::string& option) {
+    return std::regex_replace(option, std::regex("-"), "\\-");
+}
+
+TEST_F(CommandLineTest, TheManualHasEveryCommandAndOption) {
+    const std::string manual = Bytes(std::string(TEST_DATA_DIR) + "/../docs/man/zalattributes.1");
+    for (const std::string& command : Commands()) {
+        const std::size_t begin = manual.find("\n.SS " + command + '\n');
+        ASSERT_NE(begin, std::string::npos) << command;
+        const std::string section = manual.substr(begin, manual.find("\n.S", begin + 1) - begin);
+        const std::string help = RunCommand({command, "--help"}).out;
+        const std::regex option("\n  (--[a-z-]+)");
+        for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end; ++found) {
+            const bool isOfAll = found->str(1) == "--help";
+            EXPECT_TRUE(isOfAll || section.find(InManual(found->str(1))) != std::string::npos)
+                << command << found->str(1);
+        }
+    }
+}
+
 TEST_F(CommandLineTest, HelpSaysWhatThereIs) {
     EXPECT_EQ(RunCommand({"--help"}).code, 0);
     const Outcome list = RunCommand({"list", "--nonsense", "--help"});
     EXPECT_EQ(list.code, 0);
-    for (const char* const command : {"list", "import", "convert", "roundtrip"}) {
-        EXPECT_NE(RunCommand({"--help"}).out.find("\n  " + std::string(command) + ' '), std::string::npos);
+    const std::vector<std::string> commands = Commands();
+    EXPECT_EQ(commands.size(), 8U);
+    for (const std::string& command : commands) {
         const Outcome help = RunCommand({command, "--help"});
         EXPECT_NE(help.out.find("\nExample: "), std::string::npos);
-        EXPECT_NE(help.out.find("\n  zalattributes " + std::string(command) + ' '), std::string::npos);
+        EXPECT_NE(help.out.find("\n  zalattributes " + command + ' '), std::string::npos);
     }
     for (const char* const word : {"--type KIND", "--sort KEY", "--extension TEXT", "--format FORM", "--all",
                                    "BuildingMaterial", "Exit codes", "index name color lineType flags\n"})
