@@ -16,91 +16,23 @@
 
 #include <AttributeManager/AttributeManager.hpp>
 
+#include "FilledSet.hpp"
 #include "Measure.hpp"
-#include "Names.hpp"
 
 namespace {
 
 using namespace Bench;
 
-constexpr std::size_t TypeCount = 16;
 constexpr const char* DocumentName = "AttributeSet";
 
-/// The smallest kinds that a host can have, sixteen of them.
-template <std::size_t Number>
-class Sort : public ADB::GeneralAttribute {
-public:
-    static constexpr unsigned int RefId = 0x53525430 + Number;   // 'SRT0' and so on
+/// Two sets of sixteen types, one to write and one to read into.
+struct Document {
+    explicit Document(std::size_t attributesPerType) : filled(attributesPerType) {}
 
-    Sort() : GeneralAttribute(GetClassInfoStatic()) {}
-    static const Kest::ClassInfo* GetClassInfoStatic() {
-        static const Kest::ClassInfo classInfo("Sort", MakeGuid(1), Kest::ClassVersion(1, 0),
-                                               GeneralAttribute::GetClassInfoStatic(), {},
-                                               [] { return static_cast<Kest::Object*>(new Sort); });
-        return &classInfo;
-    }
-    static Kest::Guid MakeGuid(std::uint8_t series) {
-        Kest::Guid::Bytes bytes{0x5A, 0x17, series, static_cast<std::uint8_t>(Number)};
-        bytes.back() = 1;
-        return Kest::Guid(bytes);
-    }
-    unsigned int GetAttributeTypeId() const override { return RefId; }
-    Sort* Clone() const override { return new Sort(*this); }
-};
-
-template <std::size_t Number>
-void Register(ADB::IAttributeRegister& kinds) {
-    using Kind = Sort<Number>;
-    kinds.RegisterAttributeType(Kind::RefId, {1, Kind::RefId}, Kind::GetClassInfoStatic()->GetId(), Kind::MakeGuid(2),
-                                Kest::UniString::Printf("Sort %d", static_cast<int>(Number)), LumCB::PermissionID::None,
-                                LumCB::PermissionID::None, 0);
-}
-
-template <std::size_t Number>
-void Fill(ADB::AttributeSet& set, const std::vector<std::u16string>& names) {
-    char** data = BMPtrToHandle("forty bytes of somebody else's user data", 40);
-    const auto typeId = static_cast<short>(Number + 1);
-    for (const std::u16string& name : names) {
-        Sort<Number> attribute;
-        attribute.SetName(Kest::UniString(name));
-        attribute.SetUserData(7, Number, 0x5757, 1, 0, data);
-        set.GetAttributeContainer(typeId)->NewAttribute(ODB::ConstRef<ADB::GeneralAttribute>(&attribute), false, true);
-    }
-    BMKillHandle(&data);
-}
-
-void Require(bool holds, const char* what) {
-    if (!holds)
-        throw std::logic_error(what);
-}
-
-/// The library in use: two sets of sixteen types, one to write and one to read into.
-class Document {
-public:
-    explicit Document(std::size_t attributesPerType) : kinds(CreateAttributeRegister()) {
-        Make(std::make_index_sequence<TypeCount>(), MakeNames(attributesPerType));
-    }
-    ~Document() {
-        FreeAttributeSetContainer();
-        DisposeAttributeRegister(&kinds);
-    }
-    Document(const Document&) = delete;
-    Document& operator=(const Document&) = delete;
-
-    ODB::Ref<ADB::AttributeSet> source;
-    ODB::Ref<ADB::AttributeSet> target;
+    FilledSet filled;
+    ODB::Ref<ADB::AttributeSet> source = filled.Get();
     ODB::IdSpace targetSpace;
-
-private:
-    template <std::size_t... Numbers>
-    void Make(std::index_sequence<Numbers...>, const std::vector<std::u16string>& names) {
-        (Register<Numbers>(*kinds), ...);
-        source = InitAttributeSetContainer(kinds, nullptr);
-        target = CreateAttributeSet(&targetSpace, Kest::Guid(), false);
-        (Fill<Numbers>(*source, names), ...);
-    }
-
-    ADB::IAttributeRegister* kinds;
+    ODB::Ref<ADB::AttributeSet> target = CreateAttributeSet(&targetSpace, Kest::Guid(), false);
 };
 
 /// The document with the size of the state; kept from one benchmark to the next of that size.
