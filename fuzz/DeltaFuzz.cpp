@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <Kest/DebugOutput.hpp>
+#include <Kest/Logger.hpp>
 
 #include <ODB/Association1N.hpp>
 #include <ODB/ChangeRecorder.hpp>
@@ -223,8 +224,17 @@ public:
     std::size_t objects = 0;
 };
 
+// Clashes of names and indexes are many.
+struct Silence {
+    Silence() {
+        DBSetSink([](const Kest::UniString&) {});
+        Kest::logger.SetSink([](const Kest::LogEntry&) {});
+    }
+    ~Silence() { Kest::logger.SetSink({}); }
+};
+
 void Run(Bytes bytes) {
-    DBSetSink([](const Kest::UniString&) {});
+    const Silence silence;
     const std::string stream = MakeDeltaStream(bytes);
     ODB::IdSpace space;
     ODB::Delta delta(&space);

@@ -176,7 +176,6 @@ private:
     void MakeNameFit(const ODB::Ref<GeneralAttribute>& attribute);
     void MakeIndexFit(const ODB::Ref<GeneralAttribute>& attribute);
     int Renumber(const ODB::Ref<GeneralAttribute>& attribute, short newIndex);
-    void ShowHidden() const;
     void Report() const noexcept;
 
     AttributeContainer& container;
@@ -202,7 +201,8 @@ void AttributeContainer::ConflictResolution::Run(const ODB::RefBase& other) {
         if (attribute)
             MakeIndexFit(attribute);
     }
-    ShowHidden();
+    if (const AttributeIndexTables* const tables = container.FindTables())
+        tables->ShowHidden();
 }
 
 void AttributeContainer::ConflictResolution::GatherOwn() {
@@ -317,20 +317,6 @@ int AttributeContainer::ConflictResolution::Renumber(const ODB::Ref<GeneralAttri
     else if (status != Error::None)
         table->ClearNewIndex(typeId, oldIndex);
     return status;
-}
-
-// What an attribute that has moved away bore is held by nobody, although others may bear it: they are to be found
-// again.
-void AttributeContainer::ConflictResolution::ShowHidden() const {
-    const AttributeIndexTables* const tables = container.FindTables();
-    if (tables == nullptr || !tables->HasShadows())
-        return;
-    ForEachOwnedAttribute(ODB::ConstRef<AttributeContainer>(&container), [tables](ODB::ObjectInfo& record) {
-        const GeneralAttribute& attribute = AttributeOf(record);
-        if (tables->FindByIndex(attribute.GetIndex()) == nullptr || tables->FindByName(attribute.GetName()) == nullptr)
-            GetAttributeAssociation().InvalidateRightIndicesWithObjectModification(
-                ODB::Borrowed<ODB::Ref<ODB::Object>>(record));
-    });
 }
 
 void AttributeContainer::ConflictResolution::Report() const noexcept {

@@ -287,6 +287,18 @@ void AttributeIndexTables::CopyFrom(const AttributeIndexTables& model, const std
     });
 }
 
+void AttributeIndexTables::ShowHidden() const {
+    if (!HasShadows())
+        return;
+    const auto& association = AttributeContainer::GetAttributeAssociation();
+    ODB::Association1NUntyped::RightWalk walk(association, ODB::Borrowed<ODB::ConstRef<ODB::Object>>(*scope));
+    while (ODB::ObjectInfo* const record = walk.Next()) {
+        const GeneralAttribute& attribute = AttributeOf(*record);
+        if (FindByIndex(attribute.GetIndex()) == nullptr || FindByName(attribute.GetName()) == nullptr)
+            association.InvalidateRightIndicesWithObjectModification(ODB::Borrowed<ODB::Ref<ODB::Object>>(*record));
+    }
+}
+
 void AttributeIndexTables::TakeIndex(ODB::ObjectInfo& record) noexcept {
     const short index = AttributeOf(record).GetIndex();
     const ODB::ObjectInfo* const holder = FindByIndex(index);

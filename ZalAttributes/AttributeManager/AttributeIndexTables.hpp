@@ -180,6 +180,10 @@ public:
     /// that are empty. \throws std::bad_alloc with nothing filed
     void CopyFrom(const AttributeIndexTables& model, const std::vector<ODB::ObjectInfo*>& copies);
 
+    /// Lets the bearers of keys that nobody holds be found again: an attribute that moved away does not give back what
+    /// it took from others.
+    void ShowHidden() const;
+
     /// Makes \p record, counted as a bearer of its index, the holder, and logs whom it displaces.
     void TakeIndex(ODB::ObjectInfo& record) noexcept;
 

@@ -149,6 +149,9 @@ void AttributeSet::Replacement::AlignType(short typeId) {
     ODB::Association1NUntyped::RightWalk walk(AttributeContainer::GetAttributeAssociation(), container);
     while (ODB::ObjectInfo* const record = AreSetsAlive() ? walk.Next() : nullptr)
         NoteStatus(CatchMemoryFull([&] { return Align(*record, counterparts); }));
+    // Whoever got his content back had taken keys of others.
+    if (const AttributeIndexTables* const tables = status != 0 && container ? container->FindTables() : nullptr)
+        tables->ShowHidden();
     hasCounterparts[static_cast<std::size_t>(typeId)] =
         from && counterparts.CountInOrder() == from->GetAttributeNumber();
 }

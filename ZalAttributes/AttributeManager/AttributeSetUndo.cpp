@@ -10,6 +10,7 @@
 #include <AttributeManager/AttributeErrors.hpp>
 #include <AttributeManager/AttributeSet.hpp>
 
+#include "AttributeIndexTables.hpp"
 #include "CatchMemoryFull.hpp"
 #include "RegisteredTypeId.hpp"
 
@@ -49,6 +50,7 @@ private:
         return container.GetConst()->activeAttribute;
     }
     short FindTypeId(const ODB::Ref<GeneralAttribute>& attribute) const;
+    void ShowHidden() const;
     void GatherArrivals();
     void TellDeparture(const Departure& departure) const;
     void TellChange(const Change& change) const;
@@ -102,6 +104,7 @@ short AttributeSet::DeltaAnnouncement::FindTypeId(const ODB::Ref<GeneralAttribut
 }
 
 void AttributeSet::DeltaAnnouncement::Tell() {
+    ShowHidden();
     GatherArrivals();
     for (const Departure& departure : departures)
         TellDeparture(departure);
@@ -111,6 +114,14 @@ void AttributeSet::DeltaAnnouncement::Tell() {
         TellChange(change);
     for (const Choice& choice : choices)
         TellChoice(choice);
+}
+
+// Undoing a clash gives back what was taken.
+void AttributeSet::DeltaAnnouncement::ShowHidden() const {
+    for (const Choice& choice : choices)
+        if (choice.container)
+            if (const AttributeIndexTables* const tables = choice.container.GetConst()->FindTables())
+                tables->ShowHidden();
 }
 
 // Containers observe what came before anybody is told of anything.

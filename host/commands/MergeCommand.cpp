@@ -33,11 +33,11 @@ SERVER and CLIENT are whatever list reads: folders of documents, stores (.zas), 
 when its name ends in .zas, else a folder of documents; it may be SERVER itself.
 
 Attributes of a kind with one object id are the same attribute: the newer of both contents wins, the server's when both
-are of one time; the winner's name and index too, where no other attribute has them. Of the others, those are the same
-that have one name, letter case ignored, and one content. All others were made by the client: one whose name the server
-has gets a number, "Wall (1)"; one whose index the server has gets a free one. Every reference leads to the attribute
-that it led to, whatever its index is now. What the server alone has stays, and so do its fills and its active
-attributes; a fill that it has not chosen is the client's.
+are of one time; the winner's name and index too, unless another attribute has them and keeps them. Of the others, those
+are the same that have one name, letter case ignored, and one content. All others were made by the client: one whose
+name the server has gets a number, "Wall (1)"; one whose index the server has, or nobody can have, gets a free one.
+Every reference leads to the attribute that it led to, whatever its index is now. What the server alone has stays, and
+so do its fills and its active attributes; a fill that it has not chosen is the client's.
 
 A reference that leads to no attribute could come to lead to any: it is made one to none, which standard error says.
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ranges>
 #include <unordered_map>
 #include <vector>
 
@@ -18,9 +17,11 @@ struct KeyPair {
 
 /// Gives each pair's `to` the key of its `from`, unless an attribute has it that keeps it. What is in the way of one
 /// may be another's `to`: it goes first, and of those that want each other's keys in a circle one steps aside
-/// meanwhile. \param getKey  the key of an attribute \param find  the attribute that has a key; null without one \param
-/// setKey  gives a `to` a key that is free \param getPassing  a free key for a `to` that steps aside, from the one that
-/// it has
+/// meanwhile.
+/// \param getKey  the key of an attribute
+/// \param find  the attribute that has a key; null without one
+/// \param setKey  gives a `to` a key that is free
+/// \param getPassing  a free key for a `to` that steps aside, from the one that it has
 template <class GetKey, class Find, class SetKey, class GetPassing>
 void TakeKeys(const std::vector<KeyPair>& pairs, GetKey&& getKey, Find&& find, SetKey&& setKey,
               GetPassing&& getPassing) {
@@ -43,8 +44,8 @@ void TakeKeys(const std::vector<KeyPair>& pairs, GetKey&& getKey, Find&& find, S
             setKey(start, getPassing(getKey(*start.GetConst())));
         else if (next != nullptr)
             continue;   // it keeps the key
-        for (const KeyPair* const pair : way | std::views::reverse)
-            setKey(pair->to, getKey(*pair->from.GetConst()));
+        for (; !way.empty(); way.pop_back())
+            setKey(way.back()->to, getKey(*way.back()->from.GetConst()));
     }
 }
 

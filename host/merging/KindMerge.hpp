@@ -25,8 +25,8 @@ struct MergeIndexes {
 /// Both sides' references of the kind follow first; so they can be compared. The same are attributes with one id, and
 /// of the others those with one name, letter case ignored, and the same content, or content of which one side knows the
 /// name alone. Of those with one id the newer content wins, the server's when both are of one time, and its name and
-/// index where they are free. All others were made by the client: they give way where the server has the name or the
-/// index, and are brought in under their ids.
+/// index, unless another one keeps them. All others were made by the client: they give way where the server has the
+/// name or the index, and are brought in under their ids.
 class KindMerge {
 public:
     KindMerge(const KindEntry& mergedKind, const ODB::Ref<ADB::AttributeSet>& clientSet,

@@ -46,24 +46,24 @@ void LinkMerge::Apply() noexcept {
         for (const ListPlan::Link& link : list.links)
             if (link.from != nullptr && link.from != list.list)
                 link.from->Cut(*link.right);
-    for (ListPlan& list : plan.GetLists())
+    for (const ListPlan& list : plan.GetLists())
         Fill(list);
 }
 
-void LinkMerge::Fill(ListPlan& plan) noexcept {
-    LinkList& list = *plan.list;
+void LinkMerge::Fill(const ListPlan& planned) noexcept {
+    LinkList& list = *planned.list;
     list.Drain();
-    for (const ListPlan::Link& link : plan.links) {
-        if (plan.IsNew(link))
+    for (const ListPlan::Link& link : planned.links) {
+        if (planned.IsNew(link))
             Append(list, *link.right);
         else
             MergeTarget::Touch(*link.right);
         if (link.isPlaced)
             list.PlaceBehind(*link.right, link.behind);
     }
-    if (!plan.order.empty())
-        list.Arrange(plan.order);
-    MergeTarget::Touch(*plan.left);
+    if (!planned.order.empty())
+        list.Arrange(planned.order);
+    MergeTarget::Touch(*planned.left);
 }
 
 void LinkMerge::Append(LinkList& list, ObjectInfo& right) noexcept {

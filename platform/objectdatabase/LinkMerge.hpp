@@ -23,7 +23,7 @@ public:
 
 private:
     void MakeRoomForRights();
-    static void Fill(ListPlan& list) noexcept;
+    static void Fill(const ListPlan& planned) noexcept;
     static void Append(LinkList& list, ObjectInfo& right) noexcept;
 
     LinkPlan& plan;

@@ -40,6 +40,11 @@ public:
     void Append(ObjectInfo& right) noexcept;
     /// Before most links are cut: the indexes are told no more and, should anybody ask them, filled anew.
     void SuspendIndexes() noexcept;
+    /// The indexes are filled anew before they hear or answer again: what they have seen has been taken back.
+    void RefillIndexes() noexcept {
+        if (!indexes.empty())
+            MarkStale();
+    }
     /// Takes \p right out, of the indexes first. Both ends count as changed.
     void Cut(ObjectInfo& right) noexcept;
     /// Moves the live entry at ordinal place \p from to \p to. \throws std::bad_alloc with nothing changed

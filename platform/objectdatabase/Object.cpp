@@ -1,15 +1,20 @@
 #include <ODB/Object.hpp>
 
+#include <utility>
+
 #include <ODB/Database.hpp>
 
 #include "ChangeRecord.hpp"
 #include "Links.hpp"
+#include "ModificationSilence.hpp"
 #include "Records.hpp"
 
 namespace ODB {
 namespace {
 
 constexpr int WrongState = -7003;
+
+thread_local bool isSilent = false;
 
 }   // namespace
 
@@ -123,6 +128,12 @@ std::size_t DynamicObject::GetIsolatedSize() const {
     return sizeof(IsolatedState);
 }
 
+ModificationSilence::ModificationSilence() noexcept : wasSilent(std::exchange(isSilent, true)) {}
+
+ModificationSilence::~ModificationSilence() {
+    isSilent = wasSilent;
+}
+
 void ModificationGate::Open() noexcept {
     if (ObjectInfo* const record = object.FindInfo()) {
         record->ShowContent();
@@ -150,7 +161,7 @@ void ModificationGate::Close() {
         for (const auto& rights : table->lists)
             if (rights->GetAssociation().GetProperties().Has(AssociationProperty::UserPropagation))
                 rights->StampAll();
-    if (sends)
+    if (sends && !isSilent)
         SendModified(*record);
 }
 

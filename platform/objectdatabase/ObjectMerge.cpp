@@ -8,6 +8,7 @@
 #include <ODB/IdSpace.hpp>
 
 #include "DeadIdScope.hpp"
+#include "Links.hpp"
 #include "MakeObject.hpp"
 
 namespace ODB {
@@ -20,10 +21,10 @@ constexpr int WrongCall = -7003;
 ObjectMerge::~ObjectMerge() {
     if (stays)
         return;
-    while (!before.empty()) {
-        GiveBack(before.size() - 1);
-        before.pop_back();
-    }
+    for (std::size_t place = before.size(); place > 0; --place)
+        GiveBack(place - 1);
+    for (std::size_t place = 0; place < before.size(); ++place)
+        RefillIndexes(*plan.GetChanges()[place].object.GetInfo());
     while (made > 0)
         Database::DeleteObject(plan.GetNewcomers()[--made].identity);
 }
@@ -88,6 +89,14 @@ int ObjectMerge::Pass(Object& object, const Delta::StoredObject& source) const {
         return status;
     Kest::MemoryIChannel channel(written.GetBytes(), written.GetSize());
     return io->ReadState(object, channel);
+}
+
+// Somebody else may have lost a key to a content that is gone again.
+void ObjectMerge::RefillIndexes(ObjectInfo& right) noexcept {
+    LinkTable::AnyRight(right, [](LinkList& list, std::uint32_t) {
+        list.RefillIndexes();
+        return false;
+    });
 }
 
 // A content that cannot be given back without memory may be lost when there is none.

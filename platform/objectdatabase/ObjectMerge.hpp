@@ -7,6 +7,7 @@
 #include <ODB/IsolatedStateIO.hpp>
 #include <ODB/Object.hpp>
 
+#include "ModificationSilence.hpp"
 #include "ObjectPlan.hpp"
 
 namespace ODB {
@@ -35,12 +36,14 @@ private:
     int Restore(Object& object, const Delta::StoredObject& source) const;
     int Pass(Object& object, const Delta::StoredObject& source) const;
     void GiveBack(std::size_t place) noexcept;
+    static void RefillIndexes(ObjectInfo& right) noexcept;
 
     const ObjectPlan& plan;
     const IsolatedStateIO* io;
     std::size_t made = 0;
     std::vector<std::unique_ptr<Object::IsolatedState>> before;   // contents of the objects changed so far
     bool stays = false;
+    const ModificationSilence silence;   // while contents change, and while they are taken back
 };
 
 }   // namespace ODB

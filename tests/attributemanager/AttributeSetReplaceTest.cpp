@@ -236,6 +236,9 @@ TEST_F(AttributeSetReplaceTest, TheDeltaIsExactWhereverMemoryRunsOut) {
     ChangeSource();
     SourceMark(4).SetName(u"A name that does not fit into the object itself");
     AddToSource(u"Another name that does not fit into the object", 8);
+    SourceMark(1).SetIndex(9);   // two change places
+    SourceMark(4).SetIndex(1);
+    SourceMark(9).SetIndex(4);
     std::vector<ODB::Id> ids;
     for (const Set& each : {set, source})
         each.GetConst()->EnumerateConstAttributes(
@@ -275,6 +278,11 @@ TEST_F(AttributeSetReplaceTest, TheDeltaIsExactWhereverMemoryRunsOut) {
         const AllocationsSucceed checking;
         check(fresh, done);
         EXPECT_TRUE(changed.GetConst()->CheckInvariants());
+        changed.GetConst()->EnumerateConstAttributes(markType, [&](const Reading& attribute) {
+            EXPECT_TRUE(changed.GetConst()->GetConstAttribute(markType, attribute->GetIndex()))
+                << "nobody is found under the index of " << NameOf(attribute);
+        });
+        TakeLog();
     };
     EXPECT_GT(ForEachFailure(replace, [](bool) {}).failures, 20U);
     EXPECT_EQ(ForEachFailure(replace, [](bool) {}).leakedBlocks, 0) << "what is kept for the next time is there now";

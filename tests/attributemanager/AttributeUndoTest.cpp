@@ -58,10 +58,20 @@ protected:
     };
 
     // All that a state is: contents, identities, the order of links.
-    std::string State() const {
+    static std::string StateOf(const ODB::Ref<ADB::AttributeSet>& written) {
         Kest::MemoryOChannel channel;
-        EXPECT_EQ(Look().Write(channel), 0);
+        EXPECT_EQ(written.GetConst()->Write(channel), 0);
         return std::string(channel.GetBytes(), channel.GetSize());
+    }
+    std::string State() const { return StateOf(set); }
+
+    bool AreAllFound() const {
+        bool found = true;
+        Look().EnumerateConstAttributes(markType, [&](const Reading& mark) {
+            found =
+                found && Get(mark->GetIndex()) == mark && Look().GetConstAttribute(markType, mark->GetName()) == mark;
+        });
+        return found;
     }
 
     Step Record(const std::function<void()>& edit) {
@@ -121,6 +131,11 @@ public:
             Move(mark);
             break;
         }
+    }
+
+    void EditOften() {
+        for (int edits = 0; edits < 60; ++edits)
+            Edit();
     }
 
 private:
@@ -207,6 +222,31 @@ TEST_F(AttributeUndoTest, RandomEditsGoBackAndForthAsOftenAsOneLikes) {
     set = GetCurrentAttributeSet();
 }
 
+TEST_F(AttributeUndoTest, TheDeltaOfTwoSetsLeadsFromOneToTheOtherAndBack) {
+    const auto ownedBy = [](const ODB::Ref<ADB::AttributeSet>& owner) {
+        return ODB::DetermineOwnedObjectSet({ODB::Ref<ODB::Object>(owner.GetInfo())});
+    };
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        Editor(set, markType, seed).EditOften();
+        ODB::IdSpace elsewhere;
+        const ODB::Ref<ADB::AttributeSet> other = CloneAttributeSet(set, &elsewhere);
+        Editor(other, markType, seed + 100).EditOften();
+        const std::string here = State();
+        const std::string there = StateOf(other);
+        ODB::Delta toOther(&space);
+        ODB::Delta fromOther(&space);
+        const auto inside = ODB::LinkBoundary::Inside;
+        ASSERT_EQ(ODB::CreateDelta(ownedBy(set), ownedBy(other), &toOther, inside, nullptr), 0);
+        ASSERT_EQ(ODB::CreateDelta(ownedBy(other), ownedBy(set), &fromOther, inside, nullptr), 0);
+        ThroughChannel(toOther);
+        ASSERT_EQ(set.GetLogicalConst()->ApplyDelta(toOther), 0);
+        ASSERT_TRUE(State() == there) << "seed " << seed;
+        ASSERT_EQ(set.GetLogicalConst()->ApplyDelta(fromOther), 0);
+        ASSERT_TRUE(State() == here) << "seed " << seed;
+        DisposeAttributeSet(other);
+    }
+}
+
 TEST_F(AttributeUndoTest, EverybodyHearsWhatTheEditsInTheOtherDirectionWouldTell) {
     const Attribute wall = Add(u"Wall", 4);
     const Attribute roof = Add(u"Roof", 5);
@@ -255,10 +295,25 @@ TEST_F(AttributeUndoTest, WhatDoesNotFitChangesAndTellsNothing) {
     EXPECT_EQ(heard.Take(), Texts());
 }
 
+TEST_F(AttributeUndoTest, WhatAClashHidIsFoundAgain) {
+    const Attribute wall = Add(u"Wall", 4), roof = Add(u"Roof", 5);
+    const Step clash = Record([&] {
+        const Mark likeRoof(u"Roof", 5);
+        FieldMask changed;
+        Marks()->PutAttribute(Reading(&likeRoof), 4, &changed);
+    });
+    ASSERT_EQ(set->ApplyDelta(clash.back), 0);
+    EXPECT_TRUE(AreAllFound());
+}
+
 TEST_F(AttributeUndoTest, WithoutMemoryNothingIsUndoneAndNobodyHears) {
     const Attribute wall = Add(u"a wall whose name takes memory", 4);
     const Attribute roof = Add(u"a roof whose name takes memory", 300);
+    const Attribute first = Add(u"one of two with names that take memory", 1), second = Add(u"two of two", 2);
     const Step step = Record([&] {
+        first->SetIndex(3);
+        second->SetIndex(1);
+        first->SetIndex(2);
         wall->SetName(u"another name that takes memory too");
         wall->SetIndex(700);
         set->DeleteAttribute(markType, 300, true);
@@ -270,6 +325,7 @@ TEST_F(AttributeUndoTest, WithoutMemoryNothingIsUndoneAndNobodyHears) {
     int status = 0;
     const FailureCount count = ForEachFailure([&] { status = set.GetLogicalConst()->ApplyDelta(step.back); },
                                               [&](bool failed) {
+                                                  EXPECT_TRUE(AreAllFound());
                                                   if (failed && status != 0) {
                                                       EXPECT_EQ(status, ADB::Error::MemoryFull);
                                                       EXPECT_TRUE(State() == edited);

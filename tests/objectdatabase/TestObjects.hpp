@@ -25,7 +25,7 @@ public:
 
     struct IsolatedState : ODB::Object::IsolatedState {
         bool ReturnTo(ODB::Object& object) noexcept override {
-            static_cast<Thing&>(object).number = number;
+            static_cast<Thing&>(object).SetNumber(number);
             return true;
         }
 
@@ -69,7 +69,7 @@ public:
         const int restored = dynamic_cast<const IsolatedState&>(*state).number;
         if (restored == unrestorable)
             return -98;
-        number = restored;
+        SetNumber(restored);
         return 0;
     }
 

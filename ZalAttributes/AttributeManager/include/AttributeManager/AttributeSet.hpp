@@ -326,10 +326,11 @@ public:
     /// attribute whose id an attribute of the source has takes its content, unless both are of different classes, when
     /// it stays; one that has no counterpart is deleted; what is new in the source is added under its id, with its
     /// index and name where those are free, else with free ones. Nobody is told but the observers of the attributes
-    /// deleted. Active attributes are not looked at. \param filter chooses the attributes of the source that take part;
-    /// null: all \param delta receives what was done, besides what is in it: modified, deleted and new attributes and
-    /// their links; may be null. What it refuses to record is not done, and its code returned \returns 0;
-    /// Error::NullArgument; Error::WrongCall, with nothing changed, for a source in this set's id space;
+    /// deleted. Active attributes are not looked at.
+    /// \param filter chooses the attributes of the source that take part; null: all
+    /// \param delta receives what was done, besides what is in it: modified, deleted and new attributes and their
+    /// links; may be null. What it refuses to record is not done, and its code returned
+    /// \returns 0; Error::NullArgument; Error::WrongCall, with nothing changed, for a source in this set's id space;
     /// Error::MemoryFull when an attribute could not be added: the rest of its type is left out then, the other types
     /// are done, and the delta says what was done; the same when one could not be brought up to date or deleted, which
     /// stays as it was where its class can take its content back without memory (ODB::Object::IsolatedState::ReturnTo);

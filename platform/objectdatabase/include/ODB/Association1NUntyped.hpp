@@ -64,10 +64,10 @@ public:
     int Connect(const Ref<Object>& left, const Ref<Object>& right) const;
 
     /// Links \p rights in their order behind the right objects of \p left, as Connect does, in one go: objects that
-    /// have ids, no links and own nothing, for an association that sends no events. \param fillIndexes called when
-    /// there is room for all, before any is linked, in place of telling the indexes of \p left of each; in the end
-    /// these must know all, or, when it throws, none \throws std::bad_alloc, and what \p fillIndexes throws, with
-    /// nothing changed
+    /// have ids, no links and own nothing, for an association that sends no events.
+    /// \param fillIndexes called when there is room for all, before any is linked, in place of telling the indexes of
+    /// \p left of each; in the end these must know all, or, when it throws, none
+    /// \throws std::bad_alloc, and what \p fillIndexes throws, with nothing changed
     void ConnectNewcomers(const Ref<Object>& left, const std::vector<ObjectInfo*>& rights,
                           const std::function<void()>& fillIndexes) const;
 

@@ -17,8 +17,8 @@ class ObjectInfo;
 /// An object's content is taken before its first change, which every setter, reader and `Ref` announces; a write
 /// through a plain pointer that nobody announced is not seen. Links count while both their ends are in the space; they
 /// are noted one by one; compacting or reordering a long list of links costs as much as it does anyway. Objects that
-/// came and went meanwhile leave no trace, nor does what is again as it was. Any number of recorders may be open, also
-/// on one space, and be closed in any order.
+/// came and went meanwhile leave no trace, nor does what is again as it was: contents are other when their isolated
+/// states are other bytes. Any number of recorders may be open, also on one space, and be closed in any order.
 ///
 /// Nothing of this fails where it happens: what cannot be noted, for want of memory or because an object cannot store
 /// its content, is answered by CreateDeltas.

@@ -8,7 +8,7 @@ namespace ODB {
 class Association1NUntyped;
 
 /// Decides what becomes of the parts of a delta that do not fit the state that it is merged into, since that is not the
-/// one that the delta leads away from. Asked before anything is changed.
+/// one that the delta leads away from. Asked before anything is changed; it must not change anything itself.
 class ODB_API ConflictResolver {
 public:
     enum class Decision {

@@ -209,9 +209,9 @@ private:
 
 /// Puts into \p delta the way from \p oldObjects to \p newObjects, which may be the same objects, others in the same
 /// id space, or objects of another space: they are told by their ids. What is among the new ones only is new, what is
-/// among the old ones only is deleted, what is among both with other content is modified; links likewise, with as few
-/// reordered ones as there can be. Only objects that \p filter lets pass take part. Objects stand in the order of the
-/// lists, links in their own order, list by list.
+/// among the old ones only is deleted, what is among both with other content, which is an isolated state of other
+/// bytes, is modified; links likewise, with as few reordered ones as there can be. Only objects that \p filter lets
+/// pass take part. Objects stand in the order of the lists, links in their own order, list by list.
 /// \param boundary which links take part; ends of an old link are looked for among the old objects, of a new one among
 /// the new ones
 /// \returns 0; -7001 for a null delta or a null or dead object; -7003 for an object without an id, two in one list with
@@ -234,7 +234,8 @@ ODB_API int CreateDelta(const RefList<Object>& oldObjects, const RefList<Object>
 /// \param sendEvents tells left objects, in the end, of the links that came, went and moved, where associations send
 /// events
 /// \returns 0; -7003 when a conflict is refused, a class cannot be made, a link would make an object own itself or is
-/// none for its association, or links follow each other in a ring; what restoring or passing a content returns; -108
+/// none for its association, a right object comes twice in one, two links follow one object or links each other in a
+/// ring; what storing, restoring or passing a content returns; -108
 ODB_API int MergeDelta(IdSpace& target, const Delta& delta, IsolatedStateIO* io, ConflictResolver* resolver,
                        bool sendEvents);
 /// The same with nothing for \p io and \p resolver, and no events.
