@@ -130,6 +130,10 @@ AttributeTypeSet* AttributeTypeSet::Clone() const {
     return clone != nullptr && clone->TakeFrom(*this) == Error::None ? clone.release() : nullptr;
 }
 
+const AttributeSet* AttributeTypeSet::FindWorkingSet() const {
+    return provider.working.GetConst();
+}
+
 ODB::ConstRef<AttributeContainer> AttributeTypeSet::FindContainer() const {
     const AttributeSet* const working = FindWorkingSet();
     return working != nullptr ? working->GetConstAttributeContainer(typeId) : ODB::ConstRef<AttributeContainer>();

@@ -211,7 +211,7 @@ private:
         Kest::HashSet<short> successors;   // the new indexes of `replaced`, and maybe some that were overwritten
     };
 
-    const AttributeSet* FindWorkingSet() const { return provider.working.GetConst(); }
+    const AttributeSet* FindWorkingSet() const;
     ODB::ConstRef<AttributeContainer> FindContainer() const;
     ODB::ConstRef<GeneralAttribute> FindAttribute(short index) const;
     short FindNextIndex(const AttributeContainer& container) const;
