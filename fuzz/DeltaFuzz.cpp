@@ -125,7 +125,7 @@ std::vector<std::string> MakeBases() {
 std::string MakeFromOrders(Input& orders) {
     ODB::IdSpace others;
     ODB::Delta delta(&others);
-    const auto takeId = [&orders] { return IdOf(orders.TakeByte() % (LastKey + 1)); };
+    const auto takeId = [&orders] { return IdOf(static_cast<std::uint8_t>(orders.TakeByte() % (LastKey + 1))); };
     for (int count = 0; count < 40 && !orders.IsEmpty(); ++count) {
         const std::uint8_t order = orders.TakeByte();
         const auto key = static_cast<std::uint8_t>(orders.TakeByte() % LastKey + 1);
