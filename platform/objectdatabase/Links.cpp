@@ -8,12 +8,7 @@
 namespace ODB {
 namespace {
 
-constexpr std::size_t FewLinks = 8;       // are taken out of indexes one by one, whatever follows
 constexpr std::size_t MinimumGaps = 32;   // a list with fewer gaps is not worth compacting
-
-std::uint32_t PlaceOf(std::uint32_t place) {
-    return place & ~LinkTable::QueuedBit;
-}
 
 }   // namespace
 
@@ -74,7 +69,7 @@ void LinkList::Append(ObjectInfo& right) noexcept {
 }
 
 void LinkList::Remove(ObjectInfo& right) noexcept {
-    const std::uint32_t place = PlaceOf(*LinkTable::FindPlace(right, *this));
+    const std::uint32_t place = LinkTable::PlaceOf(*LinkTable::FindPlace(right, *this));
     ShowLeaving(place);
     entries[place] = nullptr;
     LinkTable::RemoveRight(right, *this);
@@ -91,13 +86,6 @@ void LinkList::Cut(ObjectInfo& right) noexcept {
     left->Touch();
     Remove(right);
     right.Touch();
-}
-
-void LinkList::SuspendIndexes() noexcept {
-    if (indexes.empty() || draining || count <= FewLinks)
-        return;
-    Drain(GetFirst()->GetObject());   // as cutting the first one would
-    MarkStale();
 }
 
 bool LinkList::MayCompact() const noexcept {
@@ -145,11 +133,11 @@ void LinkList::Arrange(const std::vector<ObjectInfo*>& order) {
 }
 
 void LinkList::PlaceBehind(ObjectInfo& right, ObjectInfo* behind) noexcept {
-    const std::size_t border = behind != nullptr ? PlaceOf(*LinkTable::FindPlace(*behind, *this)) + 1 : 0;
+    const std::size_t border = behind != nullptr ? LinkTable::PlaceOf(*LinkTable::FindPlace(*behind, *this)) + 1 : 0;
     if (border < entries.size() && entries[border] == &right)
         return;
     ForgetQueue();
-    const std::uint32_t place = PlaceOf(*LinkTable::FindPlace(right, *this));
+    const std::uint32_t place = LinkTable::PlaceOf(*LinkTable::FindPlace(right, *this));
     ShowLeaving(place);
     entries[place] = nullptr;
     std::size_t gap = FindGap(border);
@@ -171,19 +159,6 @@ std::size_t LinkList::FindGap(std::size_t border) const noexcept {
         if (distance < border && entries[border - distance - 1] == nullptr)
             return border - distance - 1;
     }
-}
-
-// Before places change. What an index wants to look at again it sees when all is filled anew.
-void LinkList::ForgetQueue() noexcept {
-    Drain();
-    if (queue.empty())
-        return;
-    MarkStale();
-    for (const std::uint32_t place : queue)
-        if (entries[place] != nullptr)
-            *LinkTable::FindPlace(*entries[place], *this) = place;
-    queue.clear();
-    shown = 0;
 }
 
 void LinkList::Shift(std::size_t from, std::size_t to) noexcept {
@@ -237,193 +212,6 @@ std::vector<ObjectInfo*> LinkList::GetAll() const {
     return all;
 }
 
-void LinkList::Queue(ObjectInfo&, std::uint32_t& place) noexcept {
-    if (!followed || (place & LinkTable::QueuedBit) != 0)
-        return;
-    if (queue.size() == queue.capacity()) {   // only while it is drained: there is room for every place
-        queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(shown));
-        shown = 0;
-    }
-    if (queue.empty())
-        MarkIndexes(false);
-    queue.push_back(place);
-    place |= LinkTable::QueuedBit;
-}
-
-void LinkList::MarkIndexes(bool current) noexcept {
-    for (const auto& index : indexes)
-        index->current = current;
-}
-
-void LinkList::MarkStale() noexcept {
-    indexesStale = true;
-    MarkIndexes(false);
-}
-
-void LinkList::Drain(const Object* changing) noexcept {
-    if (draining || !HasPending() || IsOnlyQueued(changing))
-        return;
-    draining = true;
-    if (!queue.empty())
-        ShowQueue(changing);
-    if (indexesStale)
-        Rebuild();
-    draining = false;
-    MarkIndexes(queue.empty() && !indexesStale);
-}
-
-// Nearly every change made through a reference: the object is queued, and shown when its own change is complete.
-bool LinkList::IsOnlyQueued(const Object* changing) const noexcept {
-    if (changing == nullptr || indexesStale || queue.size() != 1)
-        return false;
-    const ObjectInfo* const right = entries[queue.front()];
-    return right != nullptr && right->GetObject() == changing;
-}
-
-void LinkList::PrepareAnswer() noexcept {
-    Drain();
-    if (!draining && IndexesRequireRebuild()) {
-        draining = true;
-        Rebuild();
-        draining = false;
-    }
-}
-
-void LinkList::ShowQueue(const Object* changing) noexcept {
-    const auto stampAt = [this](std::uint32_t place) {
-        return entries[place] != nullptr ? entries[place]->GetModificationStamp() : 0;
-    };
-    if (queue.size() > 1)
-        std::sort(queue.begin(), queue.end(),
-                  [&](std::uint32_t one, std::uint32_t other) { return stampAt(one) < stampAt(other); });
-    ObjectInfo* leftOut = nullptr;
-    // What an index changes meanwhile waits for the next time.
-    for (std::size_t rest = queue.size(); rest > 0 && shown < queue.size(); --rest) {
-        ObjectInfo* const right = entries[queue[shown++]];
-        if (right == nullptr)
-            continue;
-        *LinkTable::FindPlace(*right, *this) &= ~LinkTable::QueuedBit;
-        if (right->GetObject() != changing)
-            TellModified(*right);
-        else
-            leftOut = right;
-    }
-    queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(shown));
-    shown = 0;
-    if (leftOut != nullptr)
-        Queue(*leftOut, *LinkTable::FindPlace(*leftOut, *this));
-}
-
-void LinkList::Forget(std::uint32_t& place) noexcept {
-    if (draining || queue.size() != 1 || queue.front() != PlaceOf(place))
-        return;
-    queue.clear();
-    place = PlaceOf(place);
-    MarkIndexes(!indexesStale);
-}
-
-void LinkList::StampAll() noexcept {
-    for (ObjectInfo* const right : entries)
-        if (right != nullptr)
-            right->Touch();
-}
-
-void LinkList::TellCreated(ObjectInfo& right) {
-    if (indexesStale)
-        return;
-    std::size_t told = 0;
-    try {
-        for (; told < indexes.size(); ++told)
-            indexes[told]->ObjectCreated(Borrowed<Ref<Object>>(right));
-    } catch (...) {
-        if (told > 0)
-            MarkStale();   // some have it, some not
-        throw;
-    }
-}
-
-void LinkList::TellArrived(ObjectInfo& right) noexcept {
-    try {
-        TellCreated(right);
-    } catch (...) {
-        MarkStale();
-    }
-}
-
-void LinkList::TellDeleted(ObjectInfo& right) noexcept {
-    if (indexesStale)
-        return;
-    try {
-        for (const auto& index : indexes)
-            index->ObjectDeleted(Borrowed<Ref<Object>>(right));
-    } catch (...) {
-        MarkStale();
-    }
-}
-
-void LinkList::TellModified(ObjectInfo& right) noexcept {
-    if (indexesStale)
-        return;
-    try {
-        for (const auto& index : indexes)
-            if (index->FollowsModifications())
-                index->ObjectModified(Borrowed<Ref<Object>>(right));
-    } catch (...) {
-        MarkStale();   // the change stands; the indexes are filled anew before they answer again
-    }
-}
-
-bool LinkList::IndexesRequireRebuild() const {
-    return std::any_of(indexes.begin(), indexes.end(), [](const auto& index) { return index->RequiresRebuild(); });
-}
-
-void LinkList::Fill(Index& index) const {
-    index.Reserve(count);
-    for (ObjectInfo* const right : entries)
-        if (right != nullptr)
-            index.ObjectCreated(Borrowed<Ref<Object>>(*right));
-}
-
-void LinkList::Rebuild() noexcept {
-    try {
-        for (const auto& index : indexes) {
-            index->Clear();
-            Fill(*index);
-        }
-        indexesStale = false;
-    } catch (...) {
-        MarkStale();
-    }
-}
-
-void LinkList::AttachIndex(std::unique_ptr<Index> index) {
-    indexes.reserve(indexes.size() + 1);
-    index->ScopeAssigned(Ref<Object>(left));
-    Fill(*index);
-    if (index->FollowsModifications())
-        queue.reserve(entries.capacity());
-    followed = followed || index->FollowsModifications();
-    indexes.push_back(std::move(index));
-    MarkIndexes(!HasPending());
-}
-
-void LinkList::DetachIndexes() noexcept {
-    Drain();
-    indexes.clear();
-    followed = false;
-    indexesStale = false;
-}
-
-void LinkList::Rebind(ObjectInfo& newLeft) noexcept {
-    left = &newLeft;
-    try {
-        for (const auto& index : indexes)
-            index->ScopeAssigned(Ref<Object>(left));
-    } catch (...) {
-        MarkStale();
-    }
-}
-
 void LinkList::Replace(std::uint32_t place, ObjectInfo& newRight) noexcept {
     ObjectInfo* const oldRight = std::exchange(entries[place], &newRight);
     for (auto* walk = walks; walk != nullptr; walk = walk->outer)
@@ -442,7 +230,7 @@ bool LinkList::CheckInvariants() const {
             continue;
         ++live;
         const std::uint32_t* const end = LinkTable::FindPlace(*entries[place], *this);
-        if (place < first || end == nullptr || PlaceOf(*end) != place || !entries[place]->IsAlive())
+        if (place < first || end == nullptr || LinkTable::PlaceOf(*end) != place || !entries[place]->IsAlive())
             return false;
     }
     return live == count && (!followed || queue.capacity() >= entries.size());
@@ -568,46 +356,12 @@ void LinkTable::Transfer(ObjectInfo& from, ObjectInfo& to) noexcept {
     to.links = std::exchange(from.links, 0);
     to.position = from.position;
     AnyRight(to, [&](LinkList& list, std::uint32_t place) {
-        list.Replace(PlaceOf(place), to);
+        list.Replace(LinkTable::PlaceOf(place), to);
         return false;
     });
     if (LinkTable* const table = Find(to))
         for (const auto& list : table->lists)
             list->Rebind(to);
-}
-
-Association1NUntyped::RightWalk::RightWalk(const Association1NUntyped& association, const RefBase& left) noexcept
-    : list(left.IsAlive() ? LinkList::Find(*left.GetInfo(), association) : nullptr) {
-    if (list == nullptr)
-        return;
-    end = list->entries.size();
-    position = list->first;
-    outer = std::exchange(list->walks, this);
-}
-
-Association1NUntyped::RightWalk::~RightWalk() {
-    if (snapshot != nullptr)
-        for (ObjectInfo* const record : *snapshot)
-            record->ReleaseObjectInfo();
-    if (list == nullptr)
-        return;
-    // Walks nest, so that this is nearly always the innermost one.
-    RightWalk** place = &list->walks;
-    while (*place != this)
-        place = &(*place)->outer;
-    *place = outer;
-}
-
-ObjectInfo* Association1NUntyped::RightWalk::Next() noexcept {
-    if (list == nullptr)
-        return nullptr;
-    while (position < end) {
-        ObjectInfo* const record = snapshot != nullptr ? (*snapshot)[position] : list->entries[position];
-        ++position;
-        if (record != nullptr && (snapshot == nullptr || LinkTable::FindPlace(*record, *list) != nullptr))
-            return record;
-    }
-    return nullptr;
 }
 
 }   // namespace ODB

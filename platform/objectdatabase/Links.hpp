@@ -199,6 +199,8 @@ public:
     static void Transfer(ObjectInfo& from, ObjectInfo& to) noexcept;
 
     static constexpr std::uint32_t QueuedBit = std::uint32_t{1} << 31;
+    /// The place without the mark.
+    static std::uint32_t PlaceOf(std::uint32_t place) noexcept { return place & ~QueuedBit; }
     static constexpr std::uintptr_t TableBit = 1;
 
 private:
