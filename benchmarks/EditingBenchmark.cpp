@@ -26,13 +26,14 @@ constexpr std::size_t ChangedShare = 100;   // one in a hundred
 struct Library;
 struct Handwritten;
 
-/// A set with the size of the state in each of the first types; kept from one benchmark to the next of that size.
+/// A set with the size of the state in each of the first types, without user data, since the hand-written container has
+/// none; kept from one benchmark to the next of that size.
 const SetRef& GetSet(const benchmark::State& state, std::size_t types = 1) {
     static std::unique_ptr<FilledSet> filled;
     static std::size_t size = 0;
     if (size != SizeOf(state) * types) {
         filled.reset();
-        filled = std::make_unique<FilledSet>(SizeOf(state), types);
+        filled = std::make_unique<FilledSet>(SizeOf(state), types, UserData::None);
         size = SizeOf(state) * types;
     }
     return filled->Get();

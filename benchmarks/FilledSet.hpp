@@ -47,14 +47,17 @@ void Register(ADB::IAttributeRegister& kinds) {
                                 LumCB::PermissionID::None, 0);
 }
 
+enum class UserData { None, FortyBytes };
+
 template <std::size_t Number>
-void Fill(ADB::AttributeSet& set, const std::vector<std::u16string>& names) {
+void Fill(ADB::AttributeSet& set, const std::vector<std::u16string>& names, UserData userData) {
     char** data = BMPtrToHandle("forty bytes of somebody else's user data", 40);
     const auto typeId = static_cast<short>(Number + 1);
     for (const std::u16string& name : names) {
         Sort<Number> attribute;
         attribute.SetName(Kest::UniString(name));
-        attribute.SetUserData(7, Number, 0x5757, 1, 0, data);
+        if (userData == UserData::FortyBytes)
+            attribute.SetUserData(7, Number, 0x5757, 1, 0, data);
         set.GetAttributeContainer(typeId)->NewAttribute(ODB::ConstRef<ADB::GeneralAttribute>(&attribute), false, true);
     }
     BMKillHandle(&data);
@@ -69,9 +72,9 @@ inline void Require(bool holds, const char* what) {
 /// first few.
 class FilledSet {
 public:
-    explicit FilledSet(std::size_t attributesPerType, std::size_t filledTypes = TypeCount)
+    FilledSet(std::size_t attributesPerType, std::size_t filledTypes, UserData userData)
         : kinds(CreateAttributeRegister()) {
-        Make(std::make_index_sequence<TypeCount>(), MakeNames(attributesPerType), filledTypes);
+        Make(std::make_index_sequence<TypeCount>(), MakeNames(attributesPerType), filledTypes, userData);
     }
     ~FilledSet() {
         FreeAttributeSetContainer();
@@ -84,10 +87,11 @@ public:
 
 private:
     template <std::size_t... Numbers>
-    void Make(std::index_sequence<Numbers...>, const std::vector<std::u16string>& names, std::size_t filledTypes) {
+    void Make(std::index_sequence<Numbers...>, const std::vector<std::u16string>& names, std::size_t filledTypes,
+              UserData userData) {
         (Register<Numbers>(*kinds), ...);
         set = InitAttributeSetContainer(kinds, nullptr);
-        ((Numbers < filledTypes ? Fill<Numbers>(*set, names) : void()), ...);
+        ((Numbers < filledTypes ? Fill<Numbers>(*set, names, userData) : void()), ...);
     }
 
     ADB::IAttributeRegister* kinds;

@@ -27,7 +27,7 @@ constexpr const char* DocumentName = "AttributeSet";
 
 /// Two sets of sixteen types, one to write and one to read into.
 struct Document {
-    explicit Document(std::size_t attributesPerType) : filled(attributesPerType) {}
+    explicit Document(std::size_t attributesPerType) : filled(attributesPerType, TypeCount, UserData::FortyBytes) {}
 
     FilledSet filled;
     ODB::Ref<ADB::AttributeSet> source = filled.Get();
