@@ -124,15 +124,17 @@ void AttributeSet::DeltaAnnouncement::ShowHidden() const {
                 tables->ShowHidden();
 }
 
-// Containers observe what came before anybody is told of anything.
+// Containers, also those of other sets and of types that nobody registered, observe what came before anybody is told of
+// anything.
 void AttributeSet::DeltaAnnouncement::GatherArrivals() {
     for (const ODB::Delta::StoredObject& object : delta.GetNewObjects()) {
         const ODB::Ref<GeneralAttribute> attribute = FindAttribute(space, object.id);
-        const short typeId = attribute ? FindTypeId(attribute) : short{0};
-        if (typeId == 0)
+        if (!attribute)
             continue;
-        attribute.GetLogicalConst()->Attach(*attribute.GetConst()->GetAttributeContainer().GetLogicalConst());
-        arrivals.push_back({typeId, attribute});
+        if (const ODB::Ref<AttributeContainer> container = attribute.GetConst()->GetAttributeContainer())
+            attribute.GetLogicalConst()->Attach(*container.GetLogicalConst());
+        if (const short typeId = FindTypeId(attribute); typeId != 0)
+            arrivals.push_back({typeId, attribute});
     }
     std::stable_sort(arrivals.begin(), arrivals.end(),
                      [](const Arrival& one, const Arrival& other) { return one.typeId < other.typeId; });

@@ -279,6 +279,21 @@ TEST_F(AttributeUndoTest, EverybodyHearsWhatTheEditsInTheOtherDirectionWouldTell
     EXPECT_FALSE(roof);
 }
 
+TEST_F(AttributeUndoTest, WhatComesBackToAnotherSetOfTheSpaceIsFollowedThere) {
+    const ODB::Ref<ADB::AttributeSet> other = CreateAttributeSet(&space, Kest::Guid(), false);
+    Mark mark(u"Wall", 4);
+    ASSERT_EQ(other->NewAttribute(markType, &mark, true, false), 0);
+    const Attribute wall = other->GetAttribute(markType, 4);
+    const Step step = Record([&] { other->DeleteAttribute(markType, 4, true); });
+    SetRecorder heard;
+    other->Attach(heard);
+    ASSERT_EQ(set->ApplyDelta(step.back), 0);
+    ASSERT_TRUE(wall);
+    wall->SetName(u"Roof");
+    EXPECT_EQ(heard.Take(), Texts{"changed 1 Roof: 1"});
+    EXPECT_TRUE(other.GetConst()->CheckInvariants());
+}
+
 TEST_F(AttributeUndoTest, WhatDoesNotFitChangesAndTellsNothing) {
     const Attribute wall = Add(u"Wall", 4);
     const Step renamed = Record([&] { wall->SetName(u"Outer wall"); });

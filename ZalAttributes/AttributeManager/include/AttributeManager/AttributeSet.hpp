@@ -358,7 +358,8 @@ public:
     /// redo, with the deltas of an ODB::ChangeRecorder. Observers hear what they would have heard of edits with that
     /// result: the set's of each attribute that went (deleted, with the index that it had); then, type by type, of each
     /// that came (created); of each that changed the attribute's own observers, and through them the set's, with the
-    /// fields that are other now; at last of types whose active attribute is another. Containers observe what came.
+    /// fields that are other now; at last of types whose active attribute is another. Containers observe what came,
+    /// those of other sets in the space too, whose observers hear nothing of it.
     /// \returns 0; else a code of ODB::MergeDelta, with nothing changed and nobody told
     int ApplyDelta(const ODB::Delta& delta);
     /// @}
