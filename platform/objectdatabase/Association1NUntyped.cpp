@@ -12,12 +12,10 @@
 
 #include "Associations.hpp"
 #include "Links.hpp"
+#include "ResultCodes.hpp"
 
 namespace ODB {
 namespace {
-
-constexpr int NullArgument = -7001;
-constexpr int WrongCall = -7003;
 
 bool OwnsAnything(const ObjectInfo& record) {
     const LinkTable* const table = LinkTable::Find(record);

@@ -15,6 +15,7 @@
 
 #include "AssociationEnd.hpp"
 #include "ListDifference.hpp"
+#include "ResultCodes.hpp"
 
 namespace ODB {
 
@@ -128,9 +129,6 @@ private:
     static std::vector<Id> GetOldOrder(const KnownList& known);
     static std::optional<ListDifference> CompareEnd(const KnownList& known);
     static ListDifference CompareSpan(const KnownList& known);
-
-    static constexpr int MemoryFull = -108;
-    static constexpr int WrongCall = -7003;
 
     Kest::HashTable<Id, StoredObject> objects;
     Kest::HashTable<AssociationEnd, KnownList> lists;

@@ -6,12 +6,10 @@
 #include <ODB/IdSpace.hpp>
 
 #include "ChangeRecord.hpp"
+#include "ResultCodes.hpp"
 
 namespace ODB {
 namespace {
-
-constexpr int MemoryFull = -108;
-constexpr int WrongCall = -7003;
 
 void Empty(Delta* delta, IdSpace* space) {
     if (delta != nullptr)

@@ -6,12 +6,10 @@
 #include <Kest/HashSet.hpp>
 
 #include "Links.hpp"
+#include "ResultCodes.hpp"
 
 namespace ODB {
 namespace {
-
-constexpr int NullArgument = -7001;
-constexpr int WrongCall = -7003;
 
 using RecordSet = Kest::HashSet<const ObjectInfo*>;
 

@@ -8,14 +8,11 @@
 #include "AssociationEnd.hpp"
 #include "Links.hpp"
 #include "ListDifference.hpp"
+#include "ResultCodes.hpp"
 #include "StateBytes.hpp"
 
 namespace ODB {
 namespace {
-
-constexpr int MemoryFull = -108;
-constexpr int NullArgument = -7001;
-constexpr int WrongCall = -7003;
 
 // The objects of one state that take part.
 class State {

@@ -14,12 +14,10 @@
 #include "ObjectMerge.hpp"
 #include "ObjectPlan.hpp"
 #include "OwnershipCheck.hpp"
+#include "ResultCodes.hpp"
 
 namespace ODB {
 namespace {
-
-constexpr int MemoryFull = -108;
-constexpr int WrongCall = -7003;
 
 // One merge: planned first, then done in steps of which the last one that can fail comes before the first one that
 // cannot be taken back.

@@ -6,14 +6,9 @@
 #include <ODB/Database.hpp>
 #include <ODB/IdSpace.hpp>
 
+#include "ResultCodes.hpp"
+
 namespace ODB {
-namespace {
-
-constexpr int MemoryFull = -108;
-constexpr int NullArgument = -7001;
-
-}   // namespace
-
 FileDatabase::FileDatabase(IdSpace* idSpace) noexcept : space(idSpace != nullptr ? idSpace : GetDefaultIdSpace()) {}
 
 int FileDatabase::AddIsolatedObject(const Ref<Object>& object, bool generateId) {

@@ -10,14 +10,9 @@
 #include "DeadIdScope.hpp"
 #include "Links.hpp"
 #include "MakeObject.hpp"
+#include "ResultCodes.hpp"
 
 namespace ODB {
-namespace {
-
-constexpr int WrongCall = -7003;
-
-}   // namespace
-
 ObjectMerge::~ObjectMerge() {
     if (stays)
         return;

@@ -2,10 +2,10 @@
 
 #include <ODB/Association1NUntyped.hpp>
 
+#include "ResultCodes.hpp"
+
 namespace ODB {
 namespace {
-
-constexpr int NullArgument = -7001;
 
 template <class Scope, class Reference>
 int Collect(const Query& query, const Scope* scope, Kest::Array<Reference>* result) {
